@@ -1,0 +1,6 @@
+# Little-endian 32-bit target: checks the word size (int, long, pointers).
+set(TALVOX_CROSS_ARCH i386)
+set(TALVOX_CROSS_TRIPLE i686-linux-gnu)
+set(TALVOX_CROSS_MULTIARCH i386-linux-gnu)
+set(TALVOX_CROSS_PROCESSOR i686)
+include(${CMAKE_CURRENT_LIST_DIR}/debian-cross.cmake)

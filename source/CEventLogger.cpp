@@ -1,0 +1,54 @@
+#include "CEventLogger.h"
+
+#include <QString>
+#include <cstdlib>
+#include <syslog.h>
+
+CEventLogger* CEventLogger::m_pcInstance = nullptr;
+
+CEventLogger::CEventLogger(const char* ident, ELogLevel level)
+    : m_bEnabled(true)
+    , m_eMaximumLevel(level)
+{
+    openlog(ident, LOG_PID | LOG_CONS | LOG_NDELAY | LOG_PERROR, LOG_LOCAL2);
+}
+
+void CEventLogger::initialize(const char* ident, ELogLevel level)
+{
+    if (!m_pcInstance)
+        m_pcInstance = new CEventLogger(ident, level);
+}
+
+bool CEventLogger::wouldLog(ELogLevel level)
+{
+    return m_pcInstance->m_bEnabled && level <= m_pcInstance->m_eMaximumLevel;
+}
+
+void CEventLogger::logMessage(ELogLevel level, const char* text)
+{
+    if (wouldLog(level))
+        syslog(level, "%s", text);
+}
+
+bool CEventLogger::isLoggingEnabled() { return m_pcInstance->m_bEnabled; }
+void CEventLogger::setLoggingEnabled(bool enabled) { m_pcInstance->m_bEnabled = enabled; }
+CEventLogger::ELogLevel CEventLogger::getMaximumLogLevel() { return m_pcInstance->m_eMaximumLevel; }
+void CEventLogger::setMaximumLogLevel(ELogLevel level) { m_pcInstance->m_eMaximumLevel = level; }
+
+void msgHandler(QtMsgType type, const QMessageLogContext&, const QString& msg)
+{
+    // The tagged form is composed but only the bare message is logged.
+    const char* tag = "I";
+    switch (type) {
+    case QtWarningMsg: tag = "E"; break;
+    case QtCriticalMsg: tag = "!"; break;
+    case QtFatalMsg: tag = "X"; break;
+    default: break;
+    }
+    const QString tagged = QString("[%1] %2").arg(tag, msg);
+    Q_UNUSED(tagged);
+
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_DEBUG, msg.toUtf8().constData());
+    if (type == QtFatalMsg)
+        abort();
+}

@@ -1,0 +1,52 @@
+#ifndef CEVENTLOGGER_H
+#define CEVENTLOGGER_H
+
+#include <QtGlobal>
+
+// The service's main log: one process-wide instance that filters by level and
+// hands every message to syslog (identity "talvox", facility local2), with a
+// copy on standard error.
+class CEventLogger
+{
+public:
+    // syslog priorities.
+    enum ELogLevel {
+        LOG_LEVEL_EMERGENCY = 0,
+        LOG_LEVEL_ALERT = 1,
+        LOG_LEVEL_CRITICAL = 2,
+        LOG_LEVEL_ERROR = 3,
+        LOG_LEVEL_WARNING = 4,
+        LOG_LEVEL_NOTICE = 5,
+        LOG_LEVEL_INFO = 6,
+        LOG_LEVEL_DEBUG = 7
+    };
+
+    static void initialize(const char* ident, ELogLevel level);
+    static void logMessage(ELogLevel level, const char* text);
+    static void logMessage(int level, const char* text) { logMessage(static_cast<ELogLevel>(level), text); }
+
+    static bool isLoggingEnabled();
+    static void setLoggingEnabled(bool enabled);
+    static ELogLevel getMaximumLogLevel();
+    // Whether a message of this level would be written; lets callers skip
+    // formatting traffic dumps that nobody reads.
+    static bool wouldLog(ELogLevel level);
+    static void setMaximumLogLevel(ELogLevel level);
+
+private:
+    CEventLogger(const char* ident, ELogLevel level);
+
+    bool m_bEnabled;
+    ELogLevel m_eMaximumLevel;
+
+    static CEventLogger* m_pcInstance;
+};
+
+// Shorthand used all over the service: log a QString (or anything QString
+// accepts) at a syslog priority.
+#define TVX_LOG(level, text) CEventLogger::logMessage((level), QString(text).toUtf8().constData())
+
+// Qt's message handler: Qt's own messages go to the main log at debug level.
+void msgHandler(QtMsgType type, const QMessageLogContext& context, const QString& msg);
+
+#endif

@@ -1,0 +1,216 @@
+#include "CTextLinesManager.h"
+
+#include "BusCall.h"
+#include "CQuorendVideoOverlayInterface.h"
+
+namespace {
+// Fixed overlay texts that double as screen lines.
+const int TEXT_ID_LINE_0 = 94;
+const int TEXT_ID_LINE_1 = 93;
+const int TEXT_ID_LINE_2 = 92;
+const int TEXT_ID_LAST_LINE = 91;
+
+// A position answer is [begin column, line, column after the last character].
+const int POSITION_SIZE = 3;
+const int COLORS_SIZE = 2;
+
+unsigned char low8(const QVariant& value)
+{
+    return static_cast<unsigned char>(value.toUInt() & 0xFF);
+}
+}
+
+CTextLinesManager::CTextLinesManager(CQuorendVideoOverlayInterface& overlay)
+    : m_rOverlay(overlay)
+    , m_pLineTexts(new QMultiMap<unsigned char, quint32>)
+    , m_eCursorForeground(OVERLAY_COLOR_1)
+    , m_eCursorBackground(OVERLAY_COLOR_13)
+{
+    m_ucLineWidth = static_cast<unsigned char>(waited(m_rOverlay.get_max_text_line_width()));
+    m_ucLineCount = static_cast<unsigned char>(waited(m_rOverlay.get_max_text_line_count()));
+}
+
+CTextLinesManager::~CTextLinesManager()
+{
+    clearScreen();
+    delete m_pLineTexts;
+}
+
+int CTextLinesManager::getTextIdFromLine(unsigned char line) const
+{
+    // Checked in this order: on a screen of three lines or less the fixed
+    // lines 0 to 2 win over the last line.
+    if (line == 1)
+        return TEXT_ID_LINE_1;
+    if (line == 0)
+        return TEXT_ID_LINE_0;
+    if (line == 2)
+        return TEXT_ID_LINE_2;
+    if (line == m_ucLineCount - 1)
+        return TEXT_ID_LAST_LINE;
+    return 0;
+}
+
+void CTextLinesManager::setCursorPos(unsigned char column, unsigned char line)
+{
+    m_cursor.place(column, line, m_ucLineWidth, m_ucLineCount);
+}
+
+void CTextLinesManager::incCursorPos()
+{
+    m_cursor.advance(m_ucLineWidth, m_ucLineCount);
+}
+
+void CTextLinesManager::incCursorPos(int count)
+{
+    m_cursor.advance(count, m_ucLineWidth, m_ucLineCount);
+}
+
+void CTextLinesManager::setCursorColor(EOverlayTextColor foreground, EOverlayTextColor background)
+{
+    m_eCursorForeground = foreground;
+    m_eCursorBackground = background;
+    setTextLineColor(m_cursor.line, foreground, background);
+}
+
+void CTextLinesManager::setTextLineColor(unsigned char line, EOverlayTextColor foreground,
+                                         EOverlayTextColor background)
+{
+    for (auto it = m_pLineTexts->constFind(line); it != m_pLineTexts->constEnd() && it.key() == line; ++it)
+        m_rOverlay.set_text_colors(int(it.value()), foreground, background);
+}
+
+int CTextLinesManager::obtainAdjacentText(unsigned char column, unsigned char line)
+{
+    for (auto it = m_pLineTexts->constFind(line); it != m_pLineTexts->constEnd() && it.key() == line; ++it) {
+        const int handle = int(it.value());
+        const QVariantList position = waited_list(m_rOverlay.get_text_position(handle));
+        if (position.size() == POSITION_SIZE && low8(position.at(2)) == column) {
+            if (handle != 0)
+                return handle;
+            break;
+        }
+    }
+    return createTextAt(column, line, m_eCursorForeground, m_eCursorBackground);
+}
+
+int CTextLinesManager::createTextAt(unsigned char column, unsigned char line, int foreground, int background)
+{
+    const int handle = waited(m_rOverlay.create_text());
+    m_rOverlay.set_text_position(handle, column, line);
+    m_rOverlay.set_text_colors(handle, foreground, background);
+    m_rOverlay.show_text(handle);
+    m_pLineTexts->insert(line, quint32(handle));
+    return handle;
+}
+
+void CTextLinesManager::writeChar(const QChar& character)
+{
+    const int handle = obtainAdjacentText(m_cursor.column, m_cursor.line);
+    QString text = waited(m_rOverlay.get_text_string(handle));
+    text.append(character);
+    m_rOverlay.set_text_string(handle, text);
+    incCursorPos();
+}
+
+void CTextLinesManager::writeChar(unsigned char column, unsigned char line, const QChar& character)
+{
+    setCursorPos(column, line);
+    writeChar(character);
+}
+
+void CTextLinesManager::writeText(const QString& text)
+{
+    // The whole text goes into one object, even past the right edge; only
+    // the cursor wraps.
+    const int handle = obtainAdjacentText(m_cursor.column, m_cursor.line);
+    QString current = waited(m_rOverlay.get_text_string(handle));
+    current.append(text);
+    m_rOverlay.set_text_string(handle, current);
+    incCursorPos(text.length());
+}
+
+int CTextLinesManager::fixedTextHandle(int textId)
+{
+    return waited(m_rOverlay.get_text_handle_by_id(textId));
+}
+
+QString CTextLinesManager::getTextLineStr(unsigned char line)
+{
+    const int textId = getTextIdFromLine(line);
+    if (textId != 0)
+        return waited(m_rOverlay.get_text_string(fixedTextHandle(textId)));
+
+    // Most recent text first, gaps not filled: this is what the PC expects.
+    QString text;
+    for (auto it = m_pLineTexts->constFind(line); it != m_pLineTexts->constEnd() && it.key() == line; ++it)
+        text += waited(m_rOverlay.get_text_string(int(it.value())));
+    return text;
+}
+
+void CTextLinesManager::setTextLineStr(unsigned char line, const QString& text)
+{
+    const int textId = getTextIdFromLine(line);
+    if (textId != 0) {
+        m_rOverlay.set_text_string(fixedTextHandle(textId), text);
+        return;
+    }
+
+    int foreground = m_eCursorForeground;
+    int background = m_eCursorBackground;
+    const QList<quint32> texts = m_pLineTexts->values(line);
+
+    // A rewritten line keeps the colours of its most recent text.
+    if (!texts.isEmpty()) {
+        const QVariantList colors = waited_list(m_rOverlay.get_text_colors(int(texts.first())));
+        if (colors.size() == COLORS_SIZE) {
+            foreground = colors.at(0).toInt();
+            background = colors.at(1).toInt();
+        }
+    }
+
+    // A single text that starts at column 0 is simply reused.
+    if (texts.size() == 1) {
+        const int handle = int(texts.first());
+        const QVariantList position = waited_list(m_rOverlay.get_text_position(handle));
+        if (position.size() == POSITION_SIZE && low8(position.at(0)) == 0) {
+            m_rOverlay.set_text_string(handle, text);
+            return;
+        }
+    }
+    if (!texts.isEmpty())
+        clearTextLine(line);
+
+    const int handle = waited(m_rOverlay.create_text());
+    m_pLineTexts->insert(line, quint32(handle));
+    m_rOverlay.set_text_position(handle, 0, line);
+    m_rOverlay.set_text_colors(handle, foreground, background);
+    m_rOverlay.set_text_string(handle, text);
+    m_rOverlay.show_text(handle);
+    m_rOverlay.set_text_string(handle, text);
+}
+
+void CTextLinesManager::clearTextLine(unsigned char line)
+{
+    const int textId = getTextIdFromLine(line);
+    if (textId != 0) {
+        m_rOverlay.set_text_string(fixedTextHandle(textId), QString());
+        return;
+    }
+
+    for (auto it = m_pLineTexts->begin(); it != m_pLineTexts->end();) {
+        if (it.key() == line) {
+            m_rOverlay.destroy_text(int(it.value()));
+            it = m_pLineTexts->erase(it);
+        } else {
+            ++it;
+        }
+    }
+}
+
+void CTextLinesManager::clearScreen()
+{
+    for (auto it = m_pLineTexts->constBegin(); it != m_pLineTexts->constEnd(); ++it)
+        m_rOverlay.destroy_text(int(it.value()));
+    m_pLineTexts->clear();
+}

@@ -1,0 +1,72 @@
+#ifndef CTEXTLINESMANAGER_H
+#define CTEXTLINESMANAGER_H
+
+#include "OverlayColors.h"
+#include "TextCursor.h"
+
+#include <QChar>
+#include <QMultiMap>
+#include <QString>
+
+class CQuorendVideoOverlayInterface;
+
+// The character screen the PC sees, mapped onto the overlay service's free
+// standing text objects.
+//
+// A run of characters written one after another lives in one text object:
+// a character is appended to the text that ends exactly where it goes, and
+// otherwise starts a new text there (drawn over whatever is below). Lines 0,
+// 1, 2 and the last line are the overlay's fixed texts 94, 93, 92 and 91 (the
+// status line); the manager reads and writes those but owns no objects there.
+class CTextLinesManager
+{
+public:
+    explicit CTextLinesManager(CQuorendVideoOverlayInterface& overlay);
+    ~CTextLinesManager();
+    CTextLinesManager(const CTextLinesManager&) = delete;
+    CTextLinesManager& operator=(const CTextLinesManager&) = delete;
+
+    // Fixed text identifier of a screen line, 0 for an ordinary line.
+    int getTextIdFromLine(unsigned char line) const;
+
+    void setCursorPos(unsigned char column, unsigned char line);
+    void incCursorPos();
+    void incCursorPos(int count);
+    void setCursorColor(EOverlayTextColor foreground, EOverlayTextColor background);
+    void setTextLineColor(unsigned char line, EOverlayTextColor foreground, EOverlayTextColor background);
+
+    // The text a character at (column, line) continues, or a new one there.
+    int obtainAdjacentText(unsigned char column, unsigned char line);
+
+    void writeChar(const QChar& character);
+    void writeChar(unsigned char column, unsigned char line, const QChar& character);
+    void writeText(const QString& text);
+
+    QString getTextLineStr(unsigned char line);
+    void setTextLineStr(unsigned char line, const QString& text);
+    void clearTextLine(unsigned char line);
+    void clearScreen();
+
+    unsigned char cursorColumn() const { return m_cursor.column; }
+    unsigned char cursorLine() const { return m_cursor.line; }
+    EOverlayTextColor cursorForeground() const { return m_eCursorForeground; }
+    EOverlayTextColor cursorBackground() const { return m_eCursorBackground; }
+    unsigned char lineWidth() const { return m_ucLineWidth; }
+    unsigned char lineCount() const { return m_ucLineCount; }
+
+private:
+    int fixedTextHandle(int textId);
+    int createTextAt(unsigned char column, unsigned char line, int foreground, int background);
+
+    CQuorendVideoOverlayInterface& m_rOverlay;
+    // Every text object the manager created, filed under its screen line;
+    // for one line the most recently created comes first.
+    QMultiMap<unsigned char, quint32>* m_pLineTexts;
+    TextCursor m_cursor;
+    EOverlayTextColor m_eCursorForeground;
+    EOverlayTextColor m_eCursorBackground;
+    unsigned char m_ucLineWidth;
+    unsigned char m_ucLineCount;
+};
+
+#endif

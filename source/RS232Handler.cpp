@@ -1,0 +1,260 @@
+#include "RS232Handler.h"
+
+#include "BusCall.h"
+#include "CEventLogger.h"
+#include "CHolvardMeterCounterInterface.h"
+#include "CHolvardSysLocaleInterface.h"
+#include "CQuorendVideoOverlayInterface.h"
+#include "CTextLinesManager.h"
+#include "CTravendDeviceControlInterface.h"
+#include "CTravendDeviceEventsInterface.h"
+#include "CTravendDeviceStatusInterface.h"
+
+#include <QDBusConnection>
+#include <cmath>
+
+RS232Handler* RS232Handler::m_pcInstance = nullptr;
+
+namespace {
+const char* const HOLVARD = "local.vemo.holvard";
+const char* const QUOREND = "local.vemo.quorend";
+const char* const TRAVEND = "local.vemo.travend";
+
+const float DEGREES_TO_RADIANS = 0.017453292f;
+
+template <typename Proxy>
+Proxy* createProxy(const char* service, const char* path, QObject* parent, const char* failureText)
+{
+    Proxy* proxy = new Proxy(service, path, QDBusConnection::systemBus(), parent);
+    if (!proxy->isValid())
+        CEventLogger::logMessage(CEventLogger::LOG_LEVEL_ERROR, failureText);
+    return proxy;
+}
+}
+
+RS232Handler* RS232Handler::instance()
+{
+    if (!m_pcInstance)
+        m_pcInstance = new RS232Handler();
+    return m_pcInstance;
+}
+
+RS232Handler::RS232Handler()
+    : QObject(nullptr)
+    , m_pMeterCounter(nullptr)
+    , m_pSysLocale(nullptr)
+    , m_pVideoOverlay(nullptr)
+    , m_pDeviceStatus(nullptr)
+    , m_pDeviceEvents(nullptr)
+    , m_pDeviceControl(nullptr)
+    , m_pTextLines(nullptr)
+    , m_iCodecSelector(0)
+    , m_bMetric(true)
+    , m_pLocaleCodec(nullptr)
+    , m_fMeterCounter(0.0f)
+    , m_fSatMeterCounter(0.0f)
+    , m_fAbsMeterCounter(0.0f)
+    , m_bInclinationDirection(false)
+    , m_bInclinationActive(false)
+    , m_uiInclinationDistance(0)
+    , m_fCrawlerPitch(0.0f)
+    , m_fInclinationValue(0.0f)
+    , m_fInclinationStartMeter(0.0f)
+    , m_iVideoCounterHours(0)
+    , m_iVideoCounterMinutes(0)
+    , m_iVideoCounterSeconds(0)
+    , m_iVideoCounterFrames(0)
+    , m_fCameraPanPos(0.0f)
+    , m_fCameraTiltPos(0.0f)
+    , m_fExtModuleObjectTemperature(0.0f)
+    , m_iCameraTemperature(0)
+    , m_iCrawlerTemperature(0)
+    , m_d3DDistanceCounter(0.0)
+    , m_d3DX(0.0)
+    , m_d3DY(0.0)
+    , m_d3DZ(0.0)
+{
+    QDBusConnection bus = QDBusConnection::systemBus();
+
+    m_pMeterCounter = createProxy<CHolvardMeterCounterInterface>(
+        HOLVARD, "/metercounter", this, "Could not create dbus interface 'local.vemo.holvard/metercounter'!");
+    const QString meterCounter = CHolvardMeterCounterInterface::staticInterfaceName();
+    bus.connect(HOLVARD, "/metercounter", meterCounter, "meter_counter_changed", this,
+                SLOT(onMeterCounterChanged(double)));
+    bus.connect(HOLVARD, "/metercounter", meterCounter, "meter_counter_sat_changed", this,
+                SLOT(onSatMeterCounterChanged(double)));
+    bus.connect(HOLVARD, "/metercounter", meterCounter, "meter_counter_abs_changed", this,
+                SLOT(onAbsMeterCounterChanged(double)));
+
+    // There is no slot of this name, so this connection is refused and the
+    // video counter fields keep their start values. The video counter is
+    // always asked for on demand instead.
+    bus.connect(QUOREND, "/videooverlay", CQuorendVideoOverlayInterface::staticInterfaceName(),
+                "videocounter_changed", this, SLOT(onVideoCounterChanged(int,int,int,int)));
+
+    m_pSysLocale = createProxy<CHolvardSysLocaleInterface>(
+        HOLVARD, "/syslocale", this, "Could not create dbus interface 'local.vemo.holvard/syslocale'!");
+    bus.connect(HOLVARD, "/syslocale", CHolvardSysLocaleInterface::staticInterfaceName(), "locale_changed", this,
+                SLOT(onLocaleChanged(QString)));
+
+    m_pVideoOverlay = createProxy<CQuorendVideoOverlayInterface>(
+        QUOREND, "/videooverlay", this, "Could not create dbus interface 'local.vemo.quorend/videooverlay'!");
+    m_pTextLines = new CTextLinesManager(*m_pVideoOverlay);
+
+    m_pDeviceStatus = createProxy<CTravendDeviceStatusInterface>(
+        TRAVEND, "/devicestatus", this, "Could not create dbus interface 'local.vemo.travend/devicestatus'!");
+    m_pDeviceEvents = createProxy<CTravendDeviceEventsInterface>(
+        TRAVEND, "/deviceevents", this, "Could not create dbus interface 'local.vemo.travend/deviceevents'!");
+    // The device control proxy has no failure text of its own.
+    m_pDeviceControl = createProxy<CTravendDeviceControlInterface>(
+        TRAVEND, "/devicecontrol", this, "Could not create dbus interface 'local.vemo.travend/deviceevents'!");
+
+    connect_signals_by_name();
+
+    setTalvoxLocale(waited_by_name(*m_pSysLocale, "get_locale").toString());
+}
+
+void RS232Handler::connect_signals_by_name()
+{
+    QDBusConnection bus = QDBusConnection::systemBus();
+    const QString events = CTravendDeviceEventsInterface::staticInterfaceName();
+    struct Connection {
+        const char* signal;
+        const char* slot;
+    };
+    // Both cameras feed the same pan and tilt fields: the last report wins.
+    const Connection connections[] = {
+        { "crawler_pitch", SLOT(onCrawlerPitch(double)) },
+        { "camera_pan_pos", SLOT(onCameraPanPos(int)) },
+        { "camera_tilt_pos", SLOT(onCameraTiltPos(int)) },
+        { "camera2_pan_pos", SLOT(onCameraPanPos(int)) },
+        { "camera2_tilt_pos", SLOT(onCameraTiltPos(int)) },
+        { "extmodule_object_temperature", SLOT(onExtModuleObjectTemperature(double)) },
+        { "camera_temperature", SLOT(onCameraTemperature(int)) },
+        { "crawler_temperature", SLOT(onCrawlerTemperature(int)) },
+        { "sensor_3d_data", SLOT(onSensor3DData(double,double,double,double)) },
+    };
+    for (const Connection& c : connections)
+        bus.connect(TRAVEND, "/deviceevents", events, c.signal, this, c.slot);
+}
+
+RS232Handler::~RS232Handler()
+{
+    delete m_pTextLines;
+}
+
+void RS232Handler::init()
+{
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "start RS232Handler::init()");
+    int rows = 0;
+    const TableRow* table = command_table(&rows);
+    for (int row = 0; row < rows; ++row) {
+        for (int id = table[row].first_command_id; id <= table[row].last_command_id; ++id)
+            register_handle(id, table[row].group_id, table[row].handler);
+    }
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "end RS232Handler::init()");
+}
+
+QString RS232Handler::create_id(int command_id, int group_id)
+{
+    return QString("0x%1|0x%2").arg(command_id, 0, 16).arg(group_id, 0, 16);
+}
+
+void RS232Handler::register_handle(int command_id, int group_id, Handler handler)
+{
+    m_hHandlers.insert(create_id(command_id, group_id), handler);
+}
+
+void RS232Handler::exec_func(RS232Message& message)
+{
+    const QString key = create_id(message.get_command_id(), message.get_group_id());
+    const auto entry = m_hHandlers.constFind(key);
+    if (entry == m_hHandlers.constEnd())
+        return;
+
+    // The trailing " 30" is the same on every line (48 in hexadecimal).
+    if (CEventLogger::wouldLog(CEventLogger::LOG_LEVEL_DEBUG))
+        TVX_LOG(CEventLogger::LOG_LEVEL_DEBUG, "handling " + key + QString(" %1").arg(48, 0, 16));
+    entry.value()(message);
+}
+
+void RS232Handler::onCrawlerPitch(double dPitch)
+{
+    m_fCrawlerPitch = static_cast<float>(dPitch);
+
+    // Gradient in percent: the product in single precision, the tangent in
+    // double precision.
+    const float radians = m_fCrawlerPitch * DEGREES_TO_RADIANS;
+    m_fInclinationValue = static_cast<float>(std::tan(double(radians)) * 100.0);
+
+    // Advance the inclination mark by whole units of distance / 100.
+    const float step = static_cast<float>(m_uiInclinationDistance / 100);
+    if (m_bInclinationDirection) {
+        if (m_fMeterCounter >= m_fInclinationStartMeter)
+            m_fInclinationStartMeter = m_fMeterCounter + step;
+    } else {
+        if (m_fMeterCounter <= m_fInclinationStartMeter)
+            m_fInclinationStartMeter = m_fMeterCounter - step;
+    }
+}
+
+void RS232Handler::onMeterCounterChanged(double dMeterValue)
+{
+    m_fMeterCounter = static_cast<float>(dMeterValue);
+}
+
+void RS232Handler::onSatMeterCounterChanged(double dMeterValue)
+{
+    m_fSatMeterCounter = static_cast<float>(dMeterValue);
+}
+
+void RS232Handler::onAbsMeterCounterChanged(double dMeterValue)
+{
+    m_fAbsMeterCounter = static_cast<float>(dMeterValue);
+}
+
+void RS232Handler::onMeterCounterChanged(int iHours, int iMinutes, int iSeconds, int iFrames)
+{
+    m_iVideoCounterHours = iHours;
+    m_iVideoCounterMinutes = iMinutes;
+    m_iVideoCounterSeconds = iSeconds;
+    m_iVideoCounterFrames = iFrames;
+}
+
+void RS232Handler::onLocaleChanged(QString cLocaleCode)
+{
+    setTalvoxLocale(cLocaleCode);
+}
+
+void RS232Handler::onCameraPanPos(int iPanPos)
+{
+    m_fCameraPanPos = static_cast<float>(iPanPos);
+}
+
+void RS232Handler::onCameraTiltPos(int iTiltPos)
+{
+    m_fCameraTiltPos = static_cast<float>(iTiltPos);
+}
+
+void RS232Handler::onExtModuleObjectTemperature(double dTemperature)
+{
+    m_fExtModuleObjectTemperature = static_cast<float>(dTemperature);
+}
+
+void RS232Handler::onCameraTemperature(int iTemperature)
+{
+    m_iCameraTemperature = iTemperature;
+}
+
+void RS232Handler::onCrawlerTemperature(int iTemperature)
+{
+    m_iCrawlerTemperature = iTemperature;
+}
+
+void RS232Handler::onSensor3DData(double dDistCtr, double dXValue, double dYValue, double dZValue)
+{
+    m_d3DDistanceCounter = dDistCtr;
+    m_d3DX = dXValue;
+    m_d3DY = dYValue;
+    m_d3DZ = dZValue;
+}

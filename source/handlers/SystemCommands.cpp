@@ -1,0 +1,197 @@
+// System information, clock and character set commands, and the locale that
+// decides the character set of texts on the line and metres versus feet.
+#include "CEventLogger.h"
+#include "RS232.h"
+#include "RS232Handler.h"
+
+#include <QDateTime>
+#include <QLocale>
+#include <QTextCodec>
+#include <cstdlib>
+
+namespace {
+const char* const SOFTWARE_VERSION_TEXT = "Vemo <Name> GUI: V<x>.<y>.<z>-rc<w> in work";
+const char* const SOFTWARE_ID_TEXT = "Vemo QR KTL-interface: V1.12 - May 12 2020 - 11:44:29";
+
+const unsigned char CMD_DATE = 0x40;
+const unsigned char CMD_TIME = 0x50;
+const unsigned char CMD_SOFTWARE_VERSION = 0xFE;
+const unsigned char CMD_SOFTWARE_ID = 0xFF;
+const unsigned char GROUP_QUERY = 1;
+
+// The date query answers the century as the constant 20 and the year as
+// (year + 48) modulo 256, which is the year within the century from 2000 to
+// 2099; the date setting reads century and year from the same two bytes.
+const unsigned char CENTURY_BYTE = 20;
+const int YEAR_OFFSET = 48;
+
+const int SELECTOR_UTF8 = 1;
+const int SELECTOR_UTF16 = 2;
+
+// Codecs are looked up by name: some are not found by MIB number until they
+// were once looked up by name.
+QTextCodec* codecNamed(const char* name)
+{
+    return QTextCodec::codecForName(name);
+}
+
+const char* localeCodecName(QLocale::Country country)
+{
+    switch (country) {
+    case QLocale::Belarus:
+    case QLocale::Bulgaria:
+    case QLocale::Kazakhstan:
+    case QLocale::Kyrgyzstan:
+    case QLocale::Mongolia:
+    case QLocale::RussianFederation:
+    case QLocale::Tajikistan:
+    case QLocale::Ukraine:
+        return "ISO-8859-5";
+    case QLocale::Albania:
+    case QLocale::Croatia:
+    case QLocale::Hungary:
+    case QLocale::Poland:
+    case QLocale::Romania:
+    case QLocale::Slovenia:
+    case QLocale::Serbia:
+        return "ISO-8859-16";
+    case QLocale::Slovakia:
+        // Not ISO-8859-16 like its neighbours: the PC application expects this.
+        return "ISO-8859-2";
+    default:
+        return "ISO-8859-15";
+    }
+}
+
+// A date or time piece as the setting command writes it: decimal, with a
+// leading "0" up to 9; a byte the request does not carry adds nothing.
+QString datePiece(const QByteArray& data, int index)
+{
+    if (index >= data.size())
+        return QString();
+    const unsigned char value = byte_at(data, index);
+    return (value <= 9 ? QStringLiteral("0") : QString()) + QString::number(value);
+}
+
+void runShell(const QString& command)
+{
+    // The result is not looked at; a failure shows in the clock, not here.
+    const int status = std::system(command.toLatin1().constData());
+    Q_UNUSED(status);
+}
+}
+
+QByteArray RS232Handler::encode_text(const QString& text) const
+{
+    if (m_iCodecSelector == SELECTOR_UTF8)
+        return codecNamed("UTF-8")->fromUnicode(text);
+    if (m_iCodecSelector == SELECTOR_UTF16)
+        return codecNamed("UTF-16")->fromUnicode(text);
+    return m_pLocaleCodec ? m_pLocaleCodec->fromUnicode(text) : text.toLatin1();
+}
+
+QString RS232Handler::decode_text(const QByteArray& bytes) const
+{
+    if (m_iCodecSelector == SELECTOR_UTF8)
+        return codecNamed("UTF-8")->toUnicode(bytes);
+    if (m_iCodecSelector == SELECTOR_UTF16)
+        return codecNamed("UTF-16")->toUnicode(bytes);
+    return m_pLocaleCodec ? m_pLocaleCodec->toUnicode(bytes) : QString::fromLatin1(bytes);
+}
+
+void RS232Handler::setTalvoxLocale(const QString& locale_code)
+{
+    // A code that is no locale gives the C locale: metric, ISO-8859-15.
+    const QLocale locale(locale_code);
+    QLocale::setDefault(locale);
+    m_bMetric = locale.country() != QLocale::UnitedStates;
+    m_pLocaleCodec = codecNamed(localeCodecName(locale.country()));
+}
+
+namespace {
+void sendText(unsigned char command, const QString& text, const char* logPrefix)
+{
+    RS232Message reply;
+    reply.set_command_id(command);
+    reply.set_group_id(GROUP_QUERY);
+    reply.set_data(RS232Handler::instance()->encode_text(text));
+    RS232::instance()->send_message(&reply);
+    TVX_LOG(CEventLogger::LOG_LEVEL_DEBUG, logPrefix + QString::fromLatin1(reply.data()));
+}
+}
+
+void RS232Handler::fh_get_softwareversion(RS232Message&)
+{
+    // A template that was never filled in; the PC gets it as it stands.
+    sendText(CMD_SOFTWARE_VERSION, SOFTWARE_VERSION_TEXT, "RS232Handler::fh_get_softwareversion: ");
+}
+
+void RS232Handler::fh_get_softwareid(RS232Message&)
+{
+    sendText(CMD_SOFTWARE_ID, SOFTWARE_ID_TEXT, "RS232Handler::fh_get_softwareid: ");
+}
+
+void RS232Handler::fh_get_date_time(RS232Message& message)
+{
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_date_time");
+    const QDateTime now = QDateTime::currentDateTime();
+
+    QByteArray data;
+    if (message.get_command_id() == CMD_DATE) {
+        const QDate date = now.date();
+        data.append(char(date.day()));
+        data.append(char(date.month()));
+        data.append(char(CENTURY_BYTE));
+        data.append(char((date.year() + YEAR_OFFSET) % 256));
+    } else if (message.get_command_id() == CMD_TIME) {
+        const QTime time = now.time();
+        data.append(char(time.hour()));
+        data.append(char(time.minute()));
+        data.append(char(time.second()));
+        data.append(char(0));
+    }
+    message.set_data(data);
+    RS232::instance()->send_message(&message);
+}
+
+void RS232Handler::fh_set_date_time(RS232Message& message)
+{
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_date_time");
+    const QByteArray& data = message.data();
+    QDate date = QDate::currentDate();
+    QTime time = QTime::currentTime();
+
+    // Bytes that do not form a date give an invalid one, whose pieces below
+    // are empty; the command is run all the same. Only formatted numbers
+    // ever reach the shell.
+    if (message.get_command_id() == CMD_DATE) {
+        const QString text = datePiece(data, 2) + datePiece(data, 3) + "-" + datePiece(data, 1) + "-"
+                             + datePiece(data, 0);
+        date = QDate::fromString(text, "yyyy-MM-dd");
+    } else if (message.get_command_id() == CMD_TIME) {
+        const QString text = datePiece(data, 0) + ":" + datePiece(data, 1) + ":" + datePiece(data, 2);
+        time = QTime::fromString(text, "hh:mm:ss");
+    }
+
+    runShell("/bin/date " + date.toString("MMdd") + time.toString("HHmm") + date.toString("yyyy")
+             + time.toString(".ss"));
+    // The hardware clock is kept in UTC.
+    runShell("/sbin/hwclock -w -u");
+}
+
+void RS232Handler::fh_get_codec(RS232Message& message)
+{
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "RS232Handler::fh_get_codec");
+    message.set_data(QByteArray(1, char(instance()->m_iCodecSelector & 0xFF)));
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "sending");
+    RS232::instance()->send_message(&message);
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "RS232Handler::fh_get_codec done.");
+}
+
+void RS232Handler::fh_set_codec(RS232Message& message)
+{
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_codec");
+    const unsigned char selector = message.data_byte(0);
+    if (selector <= SELECTOR_UTF16)
+        instance()->m_iCodecSelector = selector;
+}

@@ -1,0 +1,6 @@
+#include "talvox.h"
+
+int main(int argc, char** argv)
+{
+    return talvox_main(argc, argv);
+}
