@@ -2,6 +2,7 @@
 
 #include "BusCall.h"
 #include "CEventLogger.h"
+#include "RS232.h"
 #include "CHolvardMeterCounterInterface.h"
 #include "CHolvardSysLocaleInterface.h"
 #include "CQuorendVideoOverlayInterface.h"
@@ -176,6 +177,17 @@ void RS232Handler::exec_func(RS232Message& message)
     if (CEventLogger::wouldLog(CEventLogger::LOG_LEVEL_DEBUG))
         TVX_LOG(CEventLogger::LOG_LEVEL_DEBUG, "handling " + key + QString(" %1").arg(48, 0, 16));
     entry.value()(message);
+}
+
+void RS232Handler::send_reply(RS232Message& request, const QByteArray& data)
+{
+    request.set_data(data);
+    RS232::instance()->send_message(&request);
+}
+
+int RS232Handler::text_handle_by_id(int textId)
+{
+    return waited(m_pVideoOverlay->get_text_handle_by_id(textId));
 }
 
 void RS232Handler::onCrawlerPitch(double dPitch)

@@ -142,6 +142,13 @@ private:
     RS232Handler();
     void connect_signals_by_name();
 
+    // Shared by the handler families.
+    // A query's reply: the request itself, with the reply bytes as its data.
+    static void send_reply(RS232Message& request, const QByteArray& data);
+    // Handle of a fixed overlay text (status line, unit texts, ...); 0 if the
+    // overlay does not answer.
+    int text_handle_by_id(int textId);
+
     QHash<QString, Handler> m_hHandlers;
 
     CHolvardMeterCounterInterface* m_pMeterCounter;
