@@ -37,6 +37,8 @@ public:
     unsigned char data_byte(int index) const;
 
     void append_data_byte(unsigned char byte) { m_baData.append(char(byte)); }
+    // Room for the data a header announced: one allocation per frame.
+    void reserve_data(int size) { m_baData.reserve(size); }
     void set_data(const QByteArray& data);
     void clear_data();
     void clear();

@@ -34,6 +34,8 @@ RS232Receiver::Event RS232Receiver::push(unsigned char byte)
         return NOTHING;
     case 4:
         m_message.set_length_hi(byte);
+        if (m_message.get_setted_length() > 0)
+            m_message.reserve_data(m_message.get_setted_length());
         m_iState = m_message.is_data_complete() ? 6 : 5;
         return NOTHING;
     case 5:
