@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QStringList>
+#include <QVariantList>
+
+// The log of every call received on the sibling interfaces, one line per call
+// in the form method(arg, arg, ...), so tests can compare what talvox sent.
+class CallLog
+{
+public:
+    void record(const char* method, const QVariantList& args = {});
+    QStringList entries() const { return m_entries; }
+    void clear() { m_entries.clear(); }
+
+    // int/byte decimal, bool true/false, double in shortest round-trip form,
+    // string in double quotes with \ and " escaped.
+    static QString format_value(const QVariant& value);
+
+private:
+    QStringList m_entries;
+};

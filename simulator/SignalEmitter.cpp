@@ -1,0 +1,44 @@
+#include "SignalEmitter.h"
+
+#include <QMetaMethod>
+#include <QObject>
+#include <array>
+
+namespace {
+
+constexpr int max_arguments = 10; // what QMetaMethod::invoke takes
+
+bool emit_with_arguments(QObject* emitter, const QMetaMethod& signal, QVariantList& args)
+{
+    if (args.size() != signal.parameterCount() || args.size() > max_arguments)
+        return false;
+    for (int i = 0; i < args.size(); ++i)
+        if (!args[i].convert(signal.parameterType(i)))
+            return false;
+    // Built only after all conversions, so the data pointers stay valid.
+    std::array<QGenericArgument, max_arguments> generic;
+    for (int i = 0; i < args.size(); ++i)
+        generic[i] = QGenericArgument(QMetaType::typeName(signal.parameterType(i)),
+                                      args.at(i).constData());
+    return signal.invoke(emitter, Qt::DirectConnection, generic[0], generic[1], generic[2],
+                         generic[3], generic[4], generic[5], generic[6], generic[7],
+                         generic[8], generic[9]);
+}
+
+} // namespace
+
+bool emit_signal_by_name(const QList<QObject*>& emitters, const QString& name,
+                         QVariantList args)
+{
+    const QByteArray wanted = name.toLatin1();
+    for (QObject* emitter : emitters) {
+        const QMetaObject* meta = emitter->metaObject();
+        // From the offset on: the interface's own signals, not QObject's.
+        for (int i = meta->methodOffset(); i < meta->methodCount(); ++i) {
+            const QMetaMethod method = meta->method(i);
+            if (method.methodType() == QMetaMethod::Signal && method.name() == wanted)
+                return emit_with_arguments(emitter, method, args);
+        }
+    }
+    return false;
+}
