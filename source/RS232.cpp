@@ -145,18 +145,7 @@ void RS232::send_message(RS232Message* message)
                 "RS232::send_message: RS232Message(" + message->toStr() + ") is not valid");
         return;
     }
-
-    const QByteArray& data = message->data();
-    QByteArray frame;
-    frame.reserve(data.size() + 6);
-    frame.append(char(0x02));
-    frame.append(char(message->get_command_id()));
-    frame.append(char(message->get_group_id()));
-    frame.append(char(message->get_length_lo()));
-    frame.append(char(message->get_length_hi()));
-    frame.append(data);
-    frame.append(char(0x03));
-    send_raw_data(frame);
+    send_raw_data(message->to_frame());
 }
 
 void RS232::send_raw_data(const QByteArray& data)

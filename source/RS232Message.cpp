@@ -60,6 +60,20 @@ QString RS232Message::toStr() const
     return text;
 }
 
+QByteArray RS232Message::to_frame() const
+{
+    QByteArray frame;
+    frame.reserve(m_baData.size() + 6);
+    frame.append(char(0x02));
+    frame.append(char(m_ucCommandId));
+    frame.append(char(m_ucGroupId));
+    frame.append(char(m_ucLengthLo));
+    frame.append(char(m_ucLengthHi));
+    frame.append(m_baData);
+    frame.append(char(0x03));
+    return frame;
+}
+
 // The integer form carries only the upper 16 bits of the value, the lower of
 // those two bytes first; the PC side expects exactly this.
 QByteArray RS232Message::int_to_bytearray(int value)

@@ -46,6 +46,9 @@ public:
     bool is_data_complete() const { return get_setted_length() == m_baData.size(); }
     bool is_valid() const { return m_ucCommandId != 0 && m_ucGroupId != 255 && is_data_complete(); }
     QString toStr() const;
+    // The frame on the line: STX, command id, group id, length lo, length hi,
+    // the data, ETX. No checksum, no escaping: the length delimits the data.
+    QByteArray to_frame() const;
 
     // Value encodings on the line, most significant byte first on every host.
     // The decoders read missing bytes as 0 instead of reading past the end.

@@ -1,0 +1,124 @@
+#include "ClientOptions.h"
+
+namespace {
+
+// Options come first; the first word that is no option starts the command,
+// so that negative numbers in it ("3d position -1 0 0") stay arguments.
+bool takeValue(const QStringList& arguments, int* index, QString* value, QString* error)
+{
+    const QString& option = arguments[*index];
+    const int equals = option.indexOf(QLatin1Char('='));
+    if (option.startsWith(QLatin1String("--")) && equals > 0) {
+        *value = option.mid(equals + 1);
+        return true;
+    }
+    if (*index + 1 >= arguments.size()) {
+        *error = QStringLiteral("option %1 needs a value").arg(option);
+        return false;
+    }
+    *value = arguments[++*index];
+    return true;
+}
+
+bool is(const QString& argument, const char* shortName, const char* longName)
+{
+    return (shortName && argument == QLatin1String(shortName)) || argument == QLatin1String(longName)
+        || argument.startsWith(QLatin1String(longName) + QLatin1Char('='));
+}
+
+} // namespace
+
+bool parseOptions(const QStringList& arguments, ClientOptions* options, QString* error)
+{
+    for (int i = 1; i < arguments.size(); ++i) {
+        const QString& argument = arguments[i];
+        QString value;
+        if (!argument.startsWith(QLatin1Char('-')) || argument == QLatin1String("-")) {
+            options->command = arguments.mid(i);
+            return true;
+        }
+        if (is(argument, "-h", "--help")) {
+            options->mode = ClientOptions::Help;
+        } else if (argument == QLatin1String("--list")) {
+            options->mode = ClientOptions::List;
+        } else if (argument == QLatin1String("--list-markdown")) {
+            options->mode = ClientOptions::ListMarkdown;
+        } else if (argument == QLatin1String("--list-pairs")) {
+            options->mode = ClientOptions::ListPairs;
+        } else if (argument == QLatin1String("--raw")) {
+            options->raw = true;
+        } else if (is(argument, "-d", "--device")) {
+            if (!takeValue(arguments, &i, &options->device, error))
+                return false;
+        } else if (is(argument, "-t", "--timeout")) {
+            bool ok = false;
+            if (!takeValue(arguments, &i, &value, error))
+                return false;
+            options->timeoutMs = value.toInt(&ok);
+            if (!ok || options->timeoutMs <= 0) {
+                *error = QStringLiteral("--timeout takes milliseconds, e.g. 3000");
+                return false;
+            }
+        } else if (is(argument, nullptr, "--charset")) {
+            if (!takeValue(arguments, &i, &value, error))
+                return false;
+            if (!TextCharset::parse(value, &options->charset)) {
+                *error = QStringLiteral("--charset is locale, utf8 or utf16");
+                return false;
+            }
+        } else if (is(argument, nullptr, "--locale-codec")) {
+            if (!takeValue(arguments, &i, &options->localeCodec, error))
+                return false;
+        } else {
+            *error = QStringLiteral("unknown option %1 (see talvox-pc --help)").arg(argument);
+            return false;
+        }
+    }
+    return true;
+}
+
+QString helpText()
+{
+    return QStringLiteral(R"(talvox-pc: talk to a talvox controller over its serial line, as the PC does.
+
+Usage:
+  talvox-pc [options] <command> [arguments]     send one command
+  talvox-pc [options] < script.txt              send the commands of a script,
+                                                one per line ('#' starts a comment)
+
+Examples:
+  talvox-pc -d /dev/ttyUSB0 version
+  talvox-pc -d /dev/ttyUSB0 metercounter get 1
+  talvox-pc -d /dev/ttyUSB0 metercounter set 2 12.5
+  talvox-pc -d /dev/ttyUSB0 line set 5 "Hello"
+  talvox-pc -d /dev/ttyUSB0 statusline state 3
+  talvox-pc -d /dev/ttyUSB0 date set 2026-11-22
+  talvox-pc -d /dev/ttyUSB0 --raw raw 0x30 1        any frame: command id, group id, data bytes
+
+Every command is one frame (0x02, command id, group id, length lo, length hi,
+data, 0x03). The controller answers each frame with ACK (0x06) or NAK (0x15);
+a query (group 1) then sends a reply frame, which talvox-pc prints in words.
+Meter counters travel in metres, or in feet when the controller's locale is
+US: talvox-pc cannot know which, and says so.
+
+Options:
+  -d, --device PATH      the serial device (default /dev/ttyUSB0); 9600 baud, 8N1
+  -t, --timeout MS       how long to wait for the ACK and the reply (default 3000)
+      --charset SET      how texts on the line are encoded: locale, utf8 or utf16
+                         (default locale); it must match the controller's
+                         "codec set", which a script's "codec set" also changes here
+      --locale-codec NAME  the controller's locale codec (default ISO-8859-15;
+                         ISO-8859-5 for Russian, ISO-8859-16 or ISO-8859-2 in
+                         parts of Europe)
+      --raw              also print the bytes sent and received
+      --list             list every command with its arguments and effect
+      --list-markdown    print the protocol reference (docs/protocol.md)
+  -h, --help             this text
+
+Exit status:
+  0  done          1  unknown command or bad arguments
+  2  the device cannot be opened or failed
+  3  the controller refused the frame (NAK)
+  4  time-out: no ACK, or no reply to a query
+)");
+}

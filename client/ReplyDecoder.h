@@ -1,0 +1,22 @@
+#ifndef REPLYDECODER_H
+#define REPLYDECODER_H
+
+#include "CommandCatalogue.h"
+
+#include <QByteArray>
+#include <QString>
+
+class TextCharset;
+
+// Puts a reply's data into plain words, with the value encodings of the
+// frame code. `request` is the request's data (some replies echo a part).
+QString decodeReply(const CatalogueEntry& entry, const QByteArray& request, const QByteArray& reply,
+                    const TextCharset& charset);
+
+// The reply data of a kind, in words, for the protocol reference.
+QString describeReply(ReplyKind kind);
+
+// Bytes as "02 30 01 00 00 03".
+QString hexBytes(const QByteArray& bytes);
+
+#endif

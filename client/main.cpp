@@ -1,0 +1,67 @@
+// talvox-pc: sends commands of the serial protocol to a talvox controller,
+// as the PC application does, and prints the answers in plain words.
+#include "ClientOptions.h"
+#include "CommandRunner.h"
+#include "ProtocolReference.h"
+
+#include "CEventLogger.h"
+
+#include <QCoreApplication>
+#include <QTextStream>
+
+#include <cstdio>
+
+int main(int argc, char* argv[])
+{
+    QCoreApplication app(argc, argv);
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+    // Scripts and terminals speak UTF-8; what goes on the line is chosen
+    // by --charset, not by the terminal.
+    out.setCodec("UTF-8");
+    err.setCodec("UTF-8");
+    // The shared frame receiver logs through the service's logger; a PC
+    // tool has nothing to say there.
+    CEventLogger::initialize("talvox-pc", CEventLogger::LOG_LEVEL_EMERGENCY);
+    CEventLogger::setLoggingEnabled(false);
+
+    ClientOptions options;
+    QString error;
+    if (!parseOptions(app.arguments(), &options, &error)) {
+        err << "talvox-pc: " << error << '\n';
+        return CommandRunner::BadCommand;
+    }
+    switch (options.mode) {
+    case ClientOptions::Help: out << helpText(); return 0;
+    case ClientOptions::List: out << commandList(); return 0;
+    case ClientOptions::ListMarkdown: out << protocolReferenceMarkdown(); return 0;
+    case ClientOptions::ListPairs: out << commandPairs(); return 0;
+    case ClientOptions::Run: break;
+    }
+
+    TextCharset charset;
+    if (!charset.setLocaleCodec(options.localeCodec)) {
+        err << "talvox-pc: unknown character set \"" << options.localeCodec << "\" for --locale-codec\n";
+        return CommandRunner::BadCommand;
+    }
+    charset.select(options.charset);
+
+    CommandRunner runner(options, charset, out, err);
+    // A single command is checked before the device is opened, so a typo
+    // is explained even without a controller.
+    CommandRunner::Request request;
+    if (!options.command.isEmpty()) {
+        const CommandRunner::ExitCode prepared = runner.prepare(options.command, &request);
+        if (prepared != CommandRunner::Done)
+            return prepared;
+    }
+    if (!runner.open(&error)) {
+        err << "talvox-pc: " << error << '\n';
+        return CommandRunner::DeviceFailed;
+    }
+    if (!options.command.isEmpty())
+        return runner.send(request);
+    QTextStream in(stdin);
+    in.setCodec("UTF-8");
+    return runner.runScript(in);
+}

@@ -1,0 +1,89 @@
+// The PC client's catalogue and the protocol reference against the
+// registry's own command table: every (command id, group id) has exactly one
+// name in talvox-pc, no name points elsewhere, and docs/protocol.md is what
+// talvox-pc generates from that catalogue.
+#include "RS232Handler.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QProcess>
+#include <QtTest>
+
+namespace {
+
+QString clientProgram()
+{
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/../client/talvox-pc");
+}
+
+QByteArray clientOutput(const QString& option)
+{
+    QProcess client;
+    client.start(clientProgram(), { option });
+    if (!client.waitForFinished(10000) || client.exitStatus() != QProcess::NormalExit || client.exitCode() != 0)
+        return {};
+    return client.readAllStandardOutput();
+}
+
+QString pairText(int command, int group)
+{
+    return QStringLiteral("0x%1 %2").arg(command, 2, 16, QLatin1Char('0')).arg(group);
+}
+
+} // namespace
+
+class TestClientCatalogue : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        if (!QFile::exists(clientProgram()))
+            QFAIL(qPrintable("talvox-pc is not built: " + clientProgram()));
+    }
+
+    void everyRegisteredPairHasExactlyOneName()
+    {
+        QStringList registered;
+        int rows = 0;
+        const RS232Handler::TableRow* table = RS232Handler::command_table(&rows);
+        for (int row = 0; row < rows; ++row) {
+            for (int command = table[row].first_command_id; command <= table[row].last_command_id; ++command)
+                registered.append(pairText(command, table[row].group_id));
+        }
+        registered.sort();
+        QCOMPARE(registered.size(), 167);
+        QCOMPARE(registered.removeDuplicates(), 0);
+
+        // "0x30 1 metercounter get 1": the pair, then the name.
+        QStringList named;
+        QStringList names;
+        const QStringList lines = QString::fromUtf8(clientOutput("--list-pairs")).split('\n', Qt::SkipEmptyParts);
+        for (const QString& line : lines) {
+            bool ok = false;
+            const int command = line.section(' ', 0, 0).toInt(&ok, 16);
+            QVERIFY2(ok, qPrintable(line));
+            named.append(pairText(command, line.section(' ', 1, 1).toInt()));
+            names.append(line.section(' ', 2));
+        }
+        named.sort();
+        QCOMPARE(named, registered);
+        QCOMPARE(names.removeDuplicates(), 0);
+    }
+
+    void referenceIsGeneratedFromTheCatalogue()
+    {
+        const QString path = QFINDTESTDATA("../../docs/protocol.md");
+        QFile file(path);
+        QVERIFY2(file.open(QIODevice::ReadOnly), "docs/protocol.md is missing");
+        const QByteArray generated = clientOutput("--list-markdown");
+        QVERIFY(!generated.isEmpty());
+        QVERIFY2(file.readAll() == generated,
+                 "docs/protocol.md differs from `talvox-pc --list-markdown`: regenerate it with\n"
+                 "  build/client/talvox-pc --list-markdown > docs/protocol.md");
+    }
+};
+
+QTEST_GUILESS_MAIN(TestClientCatalogue)
+#include "test_client_catalogue.moc"
