@@ -133,9 +133,9 @@ private slots:
     void onLocaleChanged(QString cLocaleCode);
     void onCameraPanPos(int iPanPos);
     void onCameraTiltPos(int iTiltPos);
-    void onExtModuleObjectTemperature(double dTemperature);
-    void onCameraTemperature(int iTemperature);
-    void onCrawlerTemperature(int iTemperature);
+    void onExtModuleObjectTemperature(double);
+    void onCameraTemperature(int);
+    void onCrawlerTemperature(int);
     void onSensor3DData(double dDistCtr, double dXValue, double dYValue, double dZValue);
 
 private:

@@ -1,9 +1,136 @@
-// PLACEHOLDER: being written; replaced as a whole by its family implementation.
+// Status line commands: the four status line fields are fixed overlay texts
+// that the PC addresses by an item byte 1 to 4. It writes and reads their
+// text, sets their colours, reads colours and visibility, and shows or hides
+// them.
+//
+// Unknown items are treated differently on purpose, as the PC application
+// expects: reading passes any item other than 1 to 4 through as an overlay
+// text identifier (item 0 reads text 0), writing ignores item 0 but passes
+// items 5 to 255 through, and the colour and state commands ignore them.
+#include "BusCall.h"
+#include "CEventLogger.h"
+#include "CQuorendVideoOverlayInterface.h"
+#include "OverlayColors.h"
 #include "RS232Handler.h"
 
-void RS232Handler::fh_get_statusline(RS232Message&) {}
-void RS232Handler::fh_set_statusline(RS232Message&) {}
-void RS232Handler::fh_get_statusline_state(RS232Message&) {}
-void RS232Handler::fh_set_statusline_color(RS232Message&) {}
-void RS232Handler::fh_sta_visibility(RS232Message&) {}
-void RS232Handler::fh_sta_bgcolor(RS232Message&) {}
+#include <QVariantList>
+
+namespace {
+// Status line items and their overlay text identifiers (descending).
+struct StatusItem {
+    unsigned char item;
+    int text_id;
+};
+
+const StatusItem STATUS_ITEMS[] = {
+    // item  text id
+    { 1, 94 },
+    { 2, 93 },
+    { 3, 92 },
+    { 4, 91 },
+};
+
+// The text identifier of a status line item; false for any other item.
+bool statusTextId(unsigned char item, int* textId)
+{
+    for (const StatusItem& row : STATUS_ITEMS) {
+        if (row.item == item) {
+            *textId = row.text_id;
+            return true;
+        }
+    }
+    return false;
+}
+
+// The colour byte of a colour request: byte 2 in the high nibble, byte 1 ORed
+// in without masking, so a byte 1 above 15 also sets high-nibble bits.
+char requestColorByte(const RS232Message& message)
+{
+    return char(((message.data_byte(2) << 4) | message.data_byte(1)) & 0xFF);
+}
+}
+
+void RS232Handler::fh_get_statusline(RS232Message& message)
+{
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_statusline");
+    RS232Handler* self = instance();
+    const unsigned char item = message.data_byte(0);
+
+    QByteArray reply;
+    int textId = item;
+    if (statusTextId(item, &textId))
+        reply.append(char(item));
+
+    const int handle = self->text_handle_by_id(textId);
+    const QString text = waited(self->m_pVideoOverlay->get_text_string(handle));
+    reply.append(self->encode_text(text));
+    send_reply(message, reply);
+}
+
+void RS232Handler::fh_set_statusline(RS232Message& message)
+{
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_statusline");
+    RS232Handler* self = instance();
+    const unsigned char item = message.data_byte(0);
+    if (item == 0)
+        return;
+
+    int textId = item;
+    statusTextId(item, &textId);
+    const int handle = self->text_handle_by_id(textId);
+    const QString text = self->decode_text(message.data().mid(1));
+    self->m_pVideoOverlay->set_text_string(handle, text);
+}
+
+void RS232Handler::fh_get_statusline_state(RS232Message& message)
+{
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_statusline_state");
+    RS232Handler* self = instance();
+    const unsigned char item = message.data_byte(0);
+    int textId = 0;
+    if (!statusTextId(item, &textId))
+        return;
+
+    const int handle = self->text_handle_by_id(textId);
+    const QVariantList colors = waited_list(self->m_pVideoOverlay->get_text_colors(handle));
+    if (colors.size() != 2)
+        return;
+    const bool visible = waited(self->m_pVideoOverlay->is_text_visible(handle));
+
+    QByteArray reply;
+    reply.append(char(item));
+    reply.append(char(((colors.at(0).toInt() << 4) | colors.at(1).toInt()) & 0xFF));
+    reply.append(char(visible ? 1 : 0));
+    reply.append(char(0)); // reserved
+    reply.append(char(0)); // reserved
+    send_reply(message, reply);
+}
+
+void RS232Handler::fh_set_statusline_color(RS232Message& message)
+{
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_statusline_color");
+    EOverlayTextColor foreground;
+    EOverlayTextColor background;
+    GetColorsFromChar(requestColorByte(message), foreground, background);
+
+    int textId = 0;
+    if (!statusTextId(message.data_byte(0), &textId))
+        return;
+    RS232Handler* self = instance();
+    const int handle = self->text_handle_by_id(textId);
+    self->m_pVideoOverlay->set_text_colors(handle, foreground, background);
+}
+
+void RS232Handler::fh_sta_visibility(RS232Message& message)
+{
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_sta_visibility");
+    // The status line texts are switched like every other fixed overlay text.
+    fh_sys_visibility(message);
+}
+
+void RS232Handler::fh_sta_bgcolor(RS232Message&)
+{
+    // The PC application has these ids, but the overlay never got a separate
+    // background colour for the status line: acknowledged and dropped.
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_sta_bgcolor : not implemented");
+}
