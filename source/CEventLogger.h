@@ -9,8 +9,10 @@
 class CEventLogger
 {
 public:
-    // syslog priorities.
-    enum ELogLevel {
+    // syslog priorities. The underlying type is fixed because the -l option
+    // may carry any number and every int must be a valid maximum level
+    // (above 7 logs everything, below 0 nothing).
+    enum ELogLevel : int {
         LOG_LEVEL_EMERGENCY = 0,
         LOG_LEVEL_ALERT = 1,
         LOG_LEVEL_CRITICAL = 2,
