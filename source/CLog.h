@@ -39,7 +39,7 @@ private:
     void printPostfix();
 
     std::string m_sFilename;
-    int m_iLine;
+    [[maybe_unused]] int m_iLine; // kept, not printed: the line shows "?"
     std::string m_sFunction;
     std::string m_sText;
     ELogValuation m_eValuation;
