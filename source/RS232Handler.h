@@ -56,6 +56,7 @@ public:
 
     // Texts on the line: selector 1 UTF-8, 2 UTF-16, anything else the
     // locale codec.
+    bool locale_codec_selected() const;
     QByteArray encode_text(const QString& text) const;
     QString decode_text(const QByteArray& bytes) const;
 

@@ -81,6 +81,11 @@ void runShell(const QString& command)
 }
 }
 
+bool RS232Handler::locale_codec_selected() const
+{
+    return m_iCodecSelector != SELECTOR_UTF8 && m_iCodecSelector != SELECTOR_UTF16;
+}
+
 QByteArray RS232Handler::encode_text(const QString& text) const
 {
     if (m_iCodecSelector == SELECTOR_UTF8)

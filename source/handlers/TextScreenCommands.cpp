@@ -14,10 +14,6 @@
 namespace {
 const unsigned char CMD_SHOW_OVERLAY = 0x80;
 
-// Character set selectors that are not the locale codec.
-const int SELECTOR_UTF8 = 1;
-const int SELECTOR_UTF16 = 2;
-
 // Temporary lines: always five, at column 0, in the manager's starting
 // colours, whatever the cursor colours are now.
 const int TEMP_TEXT_COUNT = 5;
@@ -154,7 +150,7 @@ void RS232Handler::add_char_to_line(char byte)
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::add_char_to_line");
     RS232Handler* self = instance();
     // Typed characters are written only while the locale codec is selected.
-    if (self->m_iCodecSelector == SELECTOR_UTF8 || self->m_iCodecSelector == SELECTOR_UTF16)
+    if (!self->locale_codec_selected())
         return;
     const QString text = self->decode_text(QByteArray::fromRawData(&byte, 1));
     self->m_pTextLines->writeChar(text.isEmpty() ? QChar() : text.at(0));
