@@ -1,32 +1,14 @@
-// Status line commands end to end: the PC writes, reads, colours and switches
-// the four status line fields; the overlay simulator shows what arrived.
+// Status line and unit texts end to end: the PC writes, reads, colours and shows
+// the status line fields (items 1 to 4: overlay texts 94 down to 91), and reads,
+// moves and colours the unit texts under their irregular ids and colour indices.
 #include "TestRig.h"
 
 #include <QTextCodec>
 #include <QtTest>
 
 namespace {
-const quint8 GROUP_ACTION = 0;
-const quint8 GROUP_QUERY = 1;
-const quint8 GROUP_SETTING = 2;
-const quint8 CMD_CODEC = 0x01;
-const quint8 CMD_STATUSLINE = 0x90;
-const quint8 CMD_STATUSLINE_STATE = 0x92;
-const quint8 CMD_STATUSLINE_COLOR = 0x99;
-const int FIXED_HANDLE_BASE = 1000; // the simulator's handle of fixed text N is 1000 + N
-
-QByteArray bytes(std::initializer_list<int> values)
-{
-    QByteArray result;
-    for (int v : values)
-        result.append(char(v));
-    return result;
-}
-
-QString handleOf(int textId)
-{
-    return QString::number(FIXED_HANDLE_BASE + textId);
-}
+const quint8 ACTION = 0, QUERY = 1, SETTING = 2;
+QByteArray hex(const char* digits) { return QByteArray::fromHex(digits); }
 }
 
 class TestStatusLine : public QObject
@@ -35,243 +17,184 @@ class TestStatusLine : public QObject
 
     TestRig rig;
 
-    // Frames are handled one at a time: once a later codec query is answered,
-    // the frame before it is done, and a reply of its own would have come first.
-    bool settled() { return rig.query(CMD_CODEC, GROUP_QUERY).size() == 1; }
-
-    // Settings go out on the bus without waiting. A later query that asks the
-    // overlay (status line item 1: two calls) has been answered only after
-    // every call before it arrived: the calls before it.
+    // Settings go out on the bus without waiting. A later status line query
+    // (two waited calls) is answered only after every call before it arrived.
     QStringList callsUpToNow()
     {
-        if (rig.query(0x90, GROUP_QUERY, bytes({ 1 })).isEmpty())
+        if (rig.query(0x90, QUERY, hex("01")).isEmpty())
             return { "status line query failed: " + rig.lastError() };
         const QStringList calls = rig.calls();
         return calls.mid(0, calls.size() - 2);
     }
 
-    void setSelector(int selector)
-    {
-        QVERIFY(rig.send(CMD_CODEC, GROUP_SETTING, bytes({ selector })));
-        QCOMPARE(rig.query(CMD_CODEC, GROUP_QUERY), bytes({ selector }));
-    }
-
-    QVariantList textById(int textId) { return rig.sim("text_by_id", { textId }); }
-
-    bool hasCallStartingWith(const QString& prefix)
-    {
-        const QStringList calls = rig.calls();
-        return std::any_of(calls.begin(), calls.end(), [&](const QString& c) { return c.startsWith(prefix); });
-    }
-
 private slots:
     void initTestCase() { TALVOX_RIG_START(rig); } // de_DE: the locale codec is ISO-8859-15
 
-    void init() { rig.clearCalls(); }
+    void init()
+    {
+        QVERIFY(rig.send(0x01, SETTING, hex("00"))); // the locale codec
+        rig.sim("clear_replies");
+        rig.clearCalls();
+    }
 
-    void itemsAddressTheirFixedTexts_data()
+    void statusTexts_data()
     {
         QTest::addColumn<int>("item");
         QTest::addColumn<int>("textId");
-        QTest::newRow("item 1") << 1 << 94;
-        QTest::newRow("item 2") << 2 << 93;
-        QTest::newRow("item 3") << 3 << 92;
-        QTest::newRow("item 4") << 4 << 91;
+        QTest::addColumn<int>("selector");
+        QTest::addColumn<QString>("text");
+        // The euro sign is where ISO-8859-15 differs from Latin-1.
+        QTest::newRow("item 1, locale codec") << 1 << 94 << 0 << "Zähler €";
+        QTest::newRow("item 2, UTF-8") << 2 << 93 << 1 << "Öl ß €";
+        QTest::newRow("item 3, UTF-16") << 3 << 92 << 2 << "Öl ß €";
+        QTest::newRow("item byte alone: empty") << 4 << 91 << 0 << "";
     }
-    void itemsAddressTheirFixedTexts()
+    void statusTexts()
     {
         QFETCH(int, item);
         QFETCH(int, textId);
-        const QString text = QString("Zähler %1 €").arg(item);
-        const QByteArray latin9 = QTextCodec::codecForName("ISO-8859-15")->fromUnicode(text);
-        QCOMPARE(latin9.count(char(0xA4)), 1); // the euro sign is where ISO-8859-15 differs from Latin-1
-
-        QVERIFY(rig.send(CMD_STATUSLINE, GROUP_SETTING, char(item) + latin9));
-        QVERIFY(rig.waitForCall("set_text_string(" + handleOf(textId)));
-        QCOMPARE(textById(textId).value(0).toString(), text);
-
-        QCOMPARE(rig.query(CMD_STATUSLINE, GROUP_QUERY, bytes({ item })), char(item) + latin9);
-        QVERIFY(rig.calls().contains(QString("get_text_handle_by_id(%1)").arg(textId)));
-    }
-
-    void textsInEachCharacterSet_data()
-    {
-        QTest::addColumn<int>("selector");
-        QTest::addColumn<QByteArray>("codecName");
-        QTest::newRow("locale codec") << 0 << QByteArray("ISO-8859-15");
-        QTest::newRow("UTF-8") << 1 << QByteArray("UTF-8");
-        QTest::newRow("UTF-16") << 2 << QByteArray("UTF-16");
-    }
-    void textsInEachCharacterSet()
-    {
         QFETCH(int, selector);
-        QFETCH(QByteArray, codecName);
-        const QString text = QStringLiteral("Öl ß €");
-        const QByteArray encoded = QTextCodec::codecForName(codecName)->fromUnicode(text);
-
-        setSelector(selector);
-        if (QTest::currentTestFailed())
-            return;
-        QVERIFY(rig.send(CMD_STATUSLINE, GROUP_SETTING, bytes({ 2 }) + encoded));
-        QVERIFY(rig.waitForCall("set_text_string(" + handleOf(93)));
-        QCOMPARE(textById(93).value(0).toString(), text);
-        QCOMPARE(rig.query(CMD_STATUSLINE, GROUP_QUERY, bytes({ 2 })), bytes({ 2 }) + encoded);
-        setSelector(0);
-    }
-
-    void itemByteAloneClearsTheText()
-    {
-        QVERIFY(rig.send(CMD_STATUSLINE, GROUP_SETTING, bytes({ 3, 'x' })));
-        QVERIFY(rig.waitForCall("set_text_string(" + handleOf(92) + ", \"x\")"));
-        QVERIFY(rig.send(CMD_STATUSLINE, GROUP_SETTING, bytes({ 3 })));
-        QVERIFY(rig.waitForCall("set_text_string(" + handleOf(92) + ", \"\")"));
-        QCOMPARE(rig.query(CMD_STATUSLINE, GROUP_QUERY, bytes({ 3 })), bytes({ 3 }));
-    }
-
-    // Reading passes any other item through as a text identifier, without an
-    // item byte in the reply; writing ignores item 0 and passes 5 to 255.
-    void otherItems_data()
-    {
-        QTest::addColumn<QByteArray>("request");
-        QTest::addColumn<int>("textId");
-        QTest::newRow("item 0") << bytes({ 0 }) << 0;
-        QTest::newRow("no item byte") << QByteArray() << 0;
-        QTest::newRow("item 7") << bytes({ 7 }) << 7;
-        QTest::newRow("item 9") << bytes({ 9 }) << 9;
-        QTest::newRow("item 255") << bytes({ 255 }) << 255;
-    }
-    void otherItems()
-    {
-        QFETCH(QByteArray, request);
-        QFETCH(int, textId);
-
-        // No overlay text has these identifiers: handle 0, empty text.
-        const std::optional<RigReply> reply = [&] {
-            rig.write(TestRig::frame(CMD_STATUSLINE, GROUP_QUERY, request));
-            return rig.expectAck() ? rig.readReply() : std::nullopt;
-        }();
-        QVERIFY2(reply, qPrintable(rig.lastError()));
-        QCOMPARE(reply->command, CMD_STATUSLINE);
-        QCOMPARE(reply->data, QByteArray());
+        QFETCH(QString, text);
+        const char* const codecs[] = { "ISO-8859-15", "UTF-8", "UTF-16" };
+        const QByteArray request = char(item) + QTextCodec::codecForName(codecs[selector])->fromUnicode(text);
+        QVERIFY(rig.send(0x01, SETTING, QByteArray(1, char(selector))) && rig.send(0x90, SETTING, request));
+        QVERIFY(rig.waitForCall(QString("set_text_string(%1, \"%2\")").arg(1000 + textId).arg(text)));
+        QCOMPARE(rig.query(0x90, QUERY, request.left(1)), request);
         QVERIFY(rig.calls().contains(QString("get_text_handle_by_id(%1)").arg(textId)));
-        QVERIFY(rig.calls().contains("get_text_string(0)"));
+    }
+
+    // Reading passes any item but 1 to 4 through as a text identifier, with no
+    // item byte in the reply; writing ignores item 0 and passes 5 to 255.
+    void otherStatusItems_data()
+    {
+        QTest::addColumn<QByteArray>("item");
+        QTest::addColumn<int>("textId");
+        QTest::newRow("item 0") << hex("00") << 0;
+        QTest::newRow("no item byte") << QByteArray() << 0;
+        QTest::newRow("item 5") << hex("05") << 5;
+        QTest::newRow("item 255") << hex("ff") << 255;
+    }
+    void otherStatusItems()
+    {
+        QFETCH(QByteArray, item);
+        QFETCH(int, textId);
+        const QString byId = QString("get_text_handle_by_id(%1)").arg(textId);
+        QVERIFY(rig.send(0x90, QUERY, item));
+        const std::optional<RigReply> reply = rig.readReply(); // no overlay text: handle 0, empty text
+        QVERIFY2(reply && reply->command == 0x90 && reply->data.isEmpty(), qPrintable(rig.lastError()));
+        QCOMPARE(rig.calls(), QStringList({ byId, "get_text_string(0)" }));
 
         rig.clearCalls();
-        QVERIFY(rig.send(CMD_STATUSLINE, GROUP_SETTING, request.isEmpty() ? request : request + "ab"));
-        if (textId == 0) {
-            QCOMPARE(callsUpToNow(), QStringList());
-        } else {
-            QCOMPARE(callsUpToNow(),
-                     QStringList({ QString("get_text_handle_by_id(%1)").arg(textId), "set_text_string(0, \"ab\")" }));
-        }
+        QVERIFY(rig.send(0x90, SETTING, item.isEmpty() ? item : item + "ab"));
+        QCOMPARE(callsUpToNow(), textId == 0 ? QStringList() : QStringList({ byId, "set_text_string(0, \"ab\")" }));
     }
 
-    void colors_data()
+    // Colours: item, second colour, first colour; byte 1 is not masked, so 0x25 adds a
+    // high-nibble bit to the 1 of byte 2. Group 0, 0x90 to 0x9B: show, hide, toggle
+    // for items 1 to 4 in turn. The state: item, colour byte, visibility, 0, 0.
+    void statusColorsAndVisibility_data()
     {
-        QTest::addColumn<QByteArray>("request");
-        QTest::addColumn<int>("textId"); // 0: nothing happens
-        QTest::addColumn<int>("foreground");
-        QTest::addColumn<int>("background");
-        QTest::newRow("0x2F") << bytes({ 1, 0x0F, 0x02 }) << 94 << 2 << 15;
-        QTest::newRow("0x1F") << bytes({ 1, 0x1F, 0x00 }) << 94 << 1 << 15;
-        // Byte 1 is not masked: 0x25 adds a high-nibble bit to the 1 of byte 2.
-        QTest::newRow("unmasked byte 1") << bytes({ 2, 0x25, 0x01 }) << 93 << 3 << 5;
-        QTest::newRow("shorthand 0x02") << bytes({ 3, 0x02, 0x00 }) << 92 << 15 << 0;
-        QTest::newRow("shorthand 0x01") << bytes({ 4, 0x01 }) << 91 << 1 << 15;
-        QTest::newRow("item byte alone") << bytes({ 4 }) << 91 << 1 << 0;
-        QTest::newRow("item 5") << bytes({ 5, 0x0F, 0x02 }) << 0 << 0 << 0;
-        QTest::newRow("item 0") << bytes({ 0, 0x0F, 0x02 }) << 0 << 0 << 0;
+        QTest::addColumn<QByteArray>("colors");
+        QTest::addColumn<int>("colorByte");
+        QTest::newRow("item 1: 0x2F") << hex("010f02") << 0x2F;
+        QTest::newRow("item 4: unmasked byte 1") << hex("042501") << 0x35;
+        QTest::newRow("item 2 alone") << hex("02") << 0x10;
     }
-    void colors()
+    void statusColorsAndVisibility()
     {
-        QFETCH(QByteArray, request);
-        QFETCH(int, textId);
-        QFETCH(int, foreground);
-        QFETCH(int, background);
-
-        QVERIFY(rig.send(CMD_STATUSLINE_COLOR, GROUP_SETTING, request));
-        if (textId == 0) {
-            QCOMPARE(callsUpToNow(), QStringList());
-            return;
-        }
-        QVERIFY(rig.waitForCall(QString("set_text_colors(%1, %2, %3)").arg(handleOf(textId)).arg(foreground).arg(background)));
-        const QVariantList text = textById(textId);
-        QCOMPARE(text.value(3).toInt(), foreground);
-        QCOMPARE(text.value(4).toInt(), background);
+        QFETCH(QByteArray, colors);
+        QFETCH(int, colorByte);
+        const QByteArray item = colors.left(1);
+        const quint8 show = quint8(0x90 + 3 * (colors.at(0) - 1));
+        QVERIFY(rig.send(0x99, SETTING, colors) && rig.send(quint8(show + 1), ACTION));
+        QCOMPARE(rig.query(0x92, QUERY, item), item + char(colorByte) + hex("000000"));
+        QVERIFY(rig.send(show, ACTION));
+        QCOMPARE(rig.query(0x92, QUERY, item), item + char(colorByte) + hex("010000"));
     }
 
-    // Group 0, 0x90 to 0x9B: show, hide, toggle for items 1 to 4 in turn.
-    void stateAndVisibility_data()
-    {
-        QTest::addColumn<int>("item");
-        QTest::addColumn<int>("textId");
-        QTest::newRow("item 1") << 1 << 94;
-        QTest::newRow("item 2") << 2 << 93;
-        QTest::newRow("item 3") << 3 << 92;
-        QTest::newRow("item 4") << 4 << 91;
-    }
-    void stateAndVisibility()
-    {
-        QFETCH(int, item);
-        QFETCH(int, textId);
-        const quint8 show = quint8(CMD_STATUSLINE + 3 * (item - 1));
-        const quint8 hide = quint8(show + 1);
-        const quint8 toggle = quint8(show + 2);
-
-        QVERIFY(rig.send(CMD_STATUSLINE_COLOR, GROUP_SETTING, bytes({ item, 0x0F, 0x02 })));
-        QVERIFY(rig.send(hide, GROUP_ACTION));
-        QVERIFY(rig.waitForLog("RS232Handler::fh_sta_visibility"));
-        QCOMPARE(rig.query(CMD_STATUSLINE_STATE, GROUP_QUERY, bytes({ item })), bytes({ item, 0x2F, 0, 0, 0 }));
-        QCOMPARE(textById(textId).value(5).toBool(), false);
-
-        QVERIFY(rig.send(toggle, GROUP_ACTION));
-        QCOMPARE(rig.query(CMD_STATUSLINE_STATE, GROUP_QUERY, bytes({ item })), bytes({ item, 0x2F, 1, 0, 0 }));
-        QVERIFY(rig.send(hide, GROUP_ACTION));
-        QVERIFY(rig.send(show, GROUP_ACTION));
-        QCOMPARE(rig.query(CMD_STATUSLINE_STATE, GROUP_QUERY, bytes({ item })), bytes({ item, 0x2F, 1, 0, 0 }));
-        QCOMPARE(textById(textId).value(5).toBool(), true);
-
-        QVERIFY(rig.send(CMD_STATUSLINE_COLOR, GROUP_SETTING, bytes({ item, 0x0D, 0x01 })));
-        QCOMPARE(rig.query(CMD_STATUSLINE_STATE, GROUP_QUERY, bytes({ item })), bytes({ item, 0x1D, 1, 0, 0 }));
-    }
-
-    void stateNotAnswered_data()
-    {
-        QTest::addColumn<QByteArray>("request");
-        QTest::addColumn<QVariantList>("colors"); // the overlay's answer; empty: its own
-        QTest::newRow("item 0") << bytes({ 0 }) << QVariantList();
-        QTest::newRow("no item byte") << QByteArray() << QVariantList();
-        QTest::newRow("item 5") << bytes({ 5 }) << QVariantList();
-        QTest::newRow("three colours") << bytes({ 1 }) << QVariantList({ 1, 2, 3 });
-        QTest::newRow("one colour") << bytes({ 1 }) << QVariantList({ 1 });
-    }
-    void stateNotAnswered()
-    {
-        QFETCH(QByteArray, request);
-        QFETCH(QVariantList, colors);
-        if (!colors.isEmpty())
-            rig.sim("set_reply", { "get_text_colors", QVariant(colors) });
-
-        QVERIFY(rig.send(CMD_STATUSLINE_STATE, GROUP_QUERY, request));
-        QVERIFY(settled());
-        rig.sim("clear_replies");
-        QVERIFY(!hasCallStartingWith("is_text_visible"));
-    }
-
-    void stateFromOverriddenColors()
+    // Only an item 1 to 4 whose colour list holds exactly two elements is answered.
+    void statusStateFromTheOverlay()
     {
         rig.sim("set_reply", { "get_text_colors", QVariant(QVariantList({ 7, 9 })) });
-        const QByteArray state = rig.query(CMD_STATUSLINE_STATE, GROUP_QUERY, bytes({ 2 }));
-        rig.sim("clear_replies");
-        QCOMPARE(state.left(2), bytes({ 2, 0x79 }));
+        QCOMPARE(rig.query(0x92, QUERY, hex("02")), hex("0279010000"));
+        rig.sim("set_reply", { "get_text_colors", QVariant(QVariantList({ 1, 2, 3 })) });
+        // Three colours, no item byte, item 5: the codec query's answer comes next.
+        for (const QByteArray& request : { hex("01"), QByteArray(), hex("05") })
+            QVERIFY(rig.send(0x92, QUERY, request) && rig.query(0x01, QUERY).size() == 1);
+        QCOMPARE(rig.calls().filter("is_text_visible").size(), 1);
     }
 
-    void backgroundColorIsAStub()
+    void units_data()
     {
-        for (int command = 0xA0; command <= 0xAB; ++command)
-            QVERIFY(rig.send(quint8(command), GROUP_ACTION, bytes({ 1, 0x0F, 0x02 })));
-        QCOMPARE(callsUpToNow(), QStringList());
-        QCOMPARE(rig.serviceLog().count("RS232Handler::fh_sta_bgcolor : not implemented"), 12);
+        QTest::addColumn<int>("textId");
+        QTest::addColumn<int>("stateId");
+        QTest::addColumn<int>("positionId");
+        QTest::addColumn<QByteArray>("position"); // column, line; missing bytes are 0
+        QTest::newRow("unit 95") << 95 << 0x31 << 0x32 << hex("20");
+        QTest::newRow("unit 84") << 84 << 0xC1 << 0xC0 << hex("ff80");
+        QTest::newRow("unit 87") << 87 << 0xFC << 0xFC << hex("2d0b");
+        QTest::newRow("unit 101") << 101 << 0x3C << 0x3E << hex("3309");
+        QTest::newRow("unit 103") << 103 << 0xF8 << 0xFB << hex("3505");
+    }
+    // The state reply: the overlay's format (low byte), visibility, column, line.
+    void units()
+    {
+        QFETCH(int, textId);
+        QFETCH(int, stateId);
+        QFETCH(int, positionId);
+        QFETCH(QByteArray, position);
+        const QByteArray columnLine = (position + hex("0000")).left(2);
+        QVERIFY(rig.send(quint8(positionId), SETTING, position));
+        QVERIFY(rig.waitForCall(QString("set_text_position(%1, %2, %3)")
+                                    .arg(1000 + textId).arg(quint8(columnLine.at(0))).arg(quint8(columnLine.at(1)))));
+        const int format = rig.sim("text_by_id", { textId }).value(6).toInt();
+        QCOMPARE(rig.query(quint8(stateId), QUERY), char(format) + hex("01") + columnLine);
+        QVERIFY(rig.calls().contains(QString("get_text_handle_by_id(%1)").arg(textId)));
+    }
+
+    // A hidden unit reads 0; a short position list from the overlay counts as 0,
+    // and its numbers go out as their low bytes.
+    void unitStateFromTheOverlay()
+    {
+        QVERIFY(rig.send(0xFD, ACTION)); // hides unit 87
+        QCOMPARE(rig.query(0xFC, QUERY).mid(1, 1), hex("00"));
+        rig.sim("set_reply", { "get_text_position", QVariant(QVariantList({ 7 })) });
+        QCOMPARE(rig.query(0xFC, QUERY).mid(2), hex("0700"));
+        rig.sim("set_reply", { "get_text_position", QVariant(QVariantList({ 300, 258 })) });
+        QCOMPARE(rig.query(0xFC, QUERY).mid(2), hex("2c02"));
+    }
+
+    // Unit colours by index (item, colours as for the status line), and requests
+    // that reach no overlay text at all.
+    void otherSettings_data()
+    {
+        QTest::addColumn<int>("command");
+        QTest::addColumn<int>("group");
+        QTest::addColumn<QByteArray>("request");
+        QTest::addColumn<QString>("call"); // empty: no overlay text is touched
+        QTest::newRow("colour, unmasked byte 1") << 0xE5 << 2 << hex("0e2501") << "set_text_colors(1087, 3, 5)";
+        QTest::newRow("colour, no data: index 0") << 0xE5 << 2 << QByteArray() << "set_text_colors(1095, 1, 0)";
+        QTest::newRow("colour index 16: unit 103") << 0xE5 << 2 << hex("100f01") << "set_text_colors(1103, 1, 15)";
+        QTest::newRow("colour index 21: unit 101") << 0xE5 << 2 << hex("150f01") << "set_text_colors(1101, 1, 15)";
+        QTest::newRow("colour index 4") << 0xE5 << 2 << hex("040f01") << QString();
+        QTest::newRow("colour index 22") << 0xE5 << 2 << hex("160f01") << QString();
+        QTest::newRow("colour index 255") << 0xE5 << 2 << hex("ff0f01") << QString();
+        QTest::newRow("0xF8 is a state id only") << 0xF8 << 2 << hex("0102") << QString();
+        QTest::newRow("0x3C sets meter counter 3") << 0x3C << 2 << hex("0102") << QString();
+        QTest::newRow("status colours, item 5") << 0x99 << 2 << hex("050f02") << QString();
+        QTest::newRow("status background: a stub") << 0xA0 << 0 << hex("010f02") << QString();
+        QTest::newRow("status background 0xAB") << 0xAB << 0 << hex("040f02") << QString();
+    }
+    void otherSettings()
+    {
+        QFETCH(int, command);
+        QFETCH(int, group);
+        QFETCH(QByteArray, request);
+        QFETCH(QString, call);
+        QVERIFY(rig.send(quint8(command), quint8(group), request));
+        const QStringList calls = callsUpToNow().filter(call.isEmpty() ? "text" : "set_text_");
+        QCOMPARE(calls, call.isEmpty() ? QStringList() : QStringList(call));
+        QVERIFY(group != 0 || rig.serviceLog().contains("RS232Handler::fh_sta_bgcolor : not implemented"));
     }
 };
 
