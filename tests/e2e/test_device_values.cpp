@@ -1,134 +1,93 @@
-// Device data and values end to end: values the device bus service pushed as
-// signals, values asked for on demand, the inclination derived from the
-// crawler pitch, the analogue converter channels and the camera module type.
+// Measured values end to end: the meter counters in metres or feet, device
+// values pushed as signals or asked for on the bus, the inclination derived
+// from the crawler pitch, the converter channels and the camera module type.
 #include "TestRig.h"
 
+#include <QLocale>
 #include <QtEndian>
 #include <QtTest>
-#include <cstring>
-#include <functional>
 
 namespace {
 const quint8 QUERY = 1;
-const quint8 DEVICE_DATA = 0x11;
-const quint8 ADCONVERTER = 0xB1;
-const quint8 INCLINATION_VALUE = 0xFB;
+const quint8 SETTING = 2;
 
 QByteArray hex(const char* text)
 {
     return QByteArray::fromHex(text);
-}
-
-float floatFrom(const QByteArray& bytes)
-{
-    if (bytes.size() != 4)
-        return -1.0f;
-    const quint32 bits = qFromBigEndian<quint32>(bytes.constData());
-    float value;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
 }
 }
 
 class TestDeviceValues : public QObject
 {
     Q_OBJECT
-
-private:
     TestRig m_rig;
 
     // Signals and serial frames reach the service on different paths: ask
     // again until the signalled value shows.
-    QByteArray queryUntil(quint8 command, const std::function<bool(const QByteArray&)>& done,
-                          const QByteArray& data = {})
-    {
-        QByteArray reply;
-        static_cast<void>(QTest::qWaitFor([&] { return done(reply = m_rig.query(command, QUERY, data)); }, 3000));
-        return reply;
-    }
     QByteArray queryUntil(quint8 command, const QByteArray& expected)
     {
-        return queryUntil(command, [&](const QByteArray& reply) { return reply == expected; });
+        QByteArray reply;
+        static_cast<void>(QTest::qWaitFor([&] { return (reply = m_rig.query(command, QUERY)) == expected; }, 3000));
+        return reply;
+    }
+
+    // Switches the locale and waits until counter 1 at 1.0 m reads in the new unit.
+    bool useLocale(const QString& code)
+    {
+        m_rig.sim("set_locale", { code });
+        const QByteArray one = code == "en_US" ? hex("4051eb85") : hex("3f800000");
+        return m_rig.emitSignal("locale_changed", { code }) && m_rig.emitSignal("meter_counter_changed", { 1.0 })
+            && queryUntil(0x30, one) == one;
+    }
+
+    // Emits a crawler pitch and waits until the inclination value is about the expected gradient.
+    bool pitchGives(double pitch, float expected)
+    {
+        const auto shows = [&] {
+            const QByteArray value = m_rig.query(0xFB, QUERY);
+            return value.size() == 4 && qAbs(qFromBigEndian<float>(value.constData()) - expected) < 0.001f;
+        };
+        return m_rig.emitSignal("crawler_pitch", { pitch }) && QTest::qWaitFor(shows, 3000);
     }
 
 private slots:
     void initTestCase() { TALVOX_RIG_START(m_rig); }
 
-    void beforeAnySignal_data()
+    void values_data()
     {
-        QTest::addColumn<quint8>("command");
-        for (quint8 command : { 0xC0, 0xC6, 0xF0, 0xF3, 0xF5, 0xF6, 0xFB })
-            QTest::addRow("0x%X", command) << command;
-    }
-    void beforeAnySignal()
-    {
-        QFETCH(quint8, command);
-        QCOMPARE(m_rig.query(command, QUERY), hex("00000000"));
-    }
-
-    void valuesFromSignals_data()
-    {
-        QTest::addColumn<QString>("signal");
-        QTest::addColumn<QVariant>("argument");
-        QTest::addColumn<quint8>("command");
-        QTest::addColumn<QByteArray>("expected");
-        QTest::newRow("camera temperature 35") << "camera_temperature" << QVariant(35) << quint8(0xF6) << hex("420c0000");
-        QTest::newRow("crawler temperature -5") << "crawler_temperature" << QVariant(-5) << quint8(0xC0)
-                                                << hex("c0a00000");
-        QTest::newRow("pan 90") << "camera_pan_pos" << QVariant(90) << quint8(0xF0) << hex("42b40000");
-        QTest::newRow("camera 2 pan wins") << "camera2_pan_pos" << QVariant(45) << quint8(0xF0) << hex("42340000");
-        QTest::newRow("tilt -30") << "camera_tilt_pos" << QVariant(-30) << quint8(0xF3) << hex("c1f00000");
-        QTest::newRow("camera 2 tilt wins") << "camera2_tilt_pos" << QVariant(10) << quint8(0xF3) << hex("41200000");
-        QTest::newRow("object temperature 21.5") << "extmodule_object_temperature" << QVariant(21.5) << quint8(0xF5)
-                                                 << hex("41ac0000");
-        // Narrowed to single precision.
-        QTest::newRow("object temperature 0.1") << "extmodule_object_temperature" << QVariant(0.1) << quint8(0xF5)
-                                                << hex("3dcccccd");
-    }
-    void valuesFromSignals()
-    {
-        QFETCH(QString, signal);
-        QFETCH(QVariant, argument);
-        QFETCH(quint8, command);
-        QFETCH(QByteArray, expected);
-        QVERIFY(m_rig.emitSignal(signal, { argument }));
-        QCOMPARE(queryUntil(command, expected), expected);
-    }
-
-    void valuesFromBusCalls_data()
-    {
-        QTest::addColumn<QString>("name");
+        // A signal's name, or get_<value> for a value the device bus service answers on demand.
+        QTest::addColumn<QString>("source");
         QTest::addColumn<QVariant>("value");
         QTest::addColumn<quint8>("command");
-        QTest::addColumn<QString>("call");
         QTest::addColumn<QByteArray>("expected");
-        QTest::newRow("crawler pressure 3") << "crawler_pressure1" << QVariant(3) << quint8(0xC2)
-                                            << "get_crawler_pressure1()" << hex("40400000");
-        QTest::newRow("camera pressure 7") << "camera_pressure1" << QVariant(7) << quint8(0xF9)
-                                           << "get_camera_pressure1()" << hex("40e00000");
-        QTest::newRow("roll 12.25") << "crawler_roll" << QVariant(12.25) << quint8(0xC4) << "get_crawler_roll()"
-                                    << hex("41440000");
-        QTest::newRow("roll -0.1 narrowed") << "crawler_roll" << QVariant(-0.1) << quint8(0xC4)
-                                            << "get_crawler_roll()" << hex("bdcccccd");
+        QTest::newRow("0xFB before any signal") << "" << QVariant() << quint8(0xFB) << hex("00000000");
+        QTest::newRow("0xC6 stands for nothing") << "" << QVariant() << quint8(0xC6) << hex("00000000");
+        QTest::newRow("camera temperature") << "camera_temperature" << QVariant(35) << quint8(0xF6) << hex("420c0000");
+        QTest::newRow("crawler temperature")
+            << "crawler_temperature" << QVariant(-5) << quint8(0xC0) << hex("c0a00000");
+        QTest::newRow("pan") << "camera_pan_pos" << QVariant(90) << quint8(0xF0) << hex("42b40000");
+        QTest::newRow("camera 2 pan wins") << "camera2_pan_pos" << QVariant(45) << quint8(0xF0) << hex("42340000");
+        QTest::newRow("tilt") << "camera_tilt_pos" << QVariant(-30) << quint8(0xF3) << hex("c1f00000");
+        QTest::newRow("object temperature narrowed")
+            << "extmodule_object_temperature" << QVariant(0.1) << quint8(0xF5) << hex("3dcccccd");
+        QTest::newRow("crawler pressure") << "get_crawler_pressure1" << QVariant(3) << quint8(0xC2) << hex("40400000");
+        QTest::newRow("camera pressure") << "get_camera_pressure1" << QVariant(7) << quint8(0xF9) << hex("40e00000");
+        QTest::newRow("roll narrowed") << "get_crawler_roll" << QVariant(-0.1) << quint8(0xC4) << hex("bdcccccd");
     }
-    void valuesFromBusCalls()
+    void values()
     {
-        QFETCH(QString, name);
+        QFETCH(QString, source);
         QFETCH(QVariant, value);
         QFETCH(quint8, command);
-        QFETCH(QString, call);
         QFETCH(QByteArray, expected);
-        m_rig.setValue(name, value);
+        const bool onDemand = source.startsWith("get_");
+        if (onDemand)
+            m_rig.setValue(source.mid(4), value);
+        else if (!source.isEmpty())
+            QVERIFY(m_rig.emitSignal(source, { value }));
         m_rig.clearCalls();
-        QCOMPARE(m_rig.query(command, QUERY), expected);
-        QCOMPARE(m_rig.calls(), QStringList { call });
-    }
-
-    void unusedValueIsZero()
-    {
-        m_rig.clearCalls();
-        QCOMPARE(m_rig.query(0xC6, QUERY), hex("00000000"));
-        QCOMPARE(m_rig.calls(), QStringList());
+        QCOMPARE(queryUntil(command, expected), expected);
+        QCOMPARE(m_rig.calls(), onDemand ? QStringList { source + "()" } : QStringList());
     }
 
     void absentDeviceServiceReadsZero()
@@ -136,58 +95,92 @@ private slots:
         m_rig.setValue("crawler_pressure1", 3);
         m_rig.setValue("crawler_roll", 1.0);
         m_rig.sim("set_service_present", { "local.vemo.travend", false });
-        const QByteArray pressure = m_rig.query(0xC2, QUERY);
-        const QByteArray roll = m_rig.query(0xC4, QUERY);
-        const QByteArray moduleType = m_rig.query(DEVICE_DATA, QUERY, hex("0101"));
+        const QByteArray replies =
+            m_rig.query(0xC2, QUERY) + m_rig.query(0xC4, QUERY) + m_rig.query(0x11, QUERY, hex("0101"));
         m_rig.sim("set_service_present", { "local.vemo.travend", true });
-        QCOMPARE(pressure, hex("00000000"));
-        QCOMPARE(roll, hex("00000000"));
-        QCOMPARE(moduleType, hex("01010000"));
+        QCOMPARE(replies, hex("00000000 00000000 01010000"));
     }
 
     // The pitch in degrees becomes the gradient in percent: 45 degrees, 100 %.
     void inclinationFromPitch()
     {
-        QVERIFY(m_rig.emitSignal("crawler_pitch", { 45.0 }));
-        const auto near100 = [](const QByteArray& reply) { return qAbs(floatFrom(reply) - 100.0f) < 0.001f; };
-        const QByteArray value = queryUntil(INCLINATION_VALUE, near100);
-        QVERIFY2(near100(value), value.toHex(' ').constData());
-
+        QVERIFY(pitchGives(45.0, 100.0f));
         // Converter channel 0 is the same value; an empty request is channel 0.
-        QCOMPARE(m_rig.query(ADCONVERTER, QUERY, hex("00")), hex("00") + value);
-        QCOMPARE(m_rig.query(ADCONVERTER, QUERY), hex("00") + value);
-        QCOMPARE(m_rig.query(ADCONVERTER, QUERY, hex("03")), hex("0300000000"));
-        QCOMPARE(m_rig.query(ADCONVERTER, QUERY, hex("ff")), hex("ff00000000"));
-
-        QVERIFY(m_rig.emitSignal("crawler_pitch", { -45.0 }));
-        const auto nearMinus100 = [](const QByteArray& reply) { return qAbs(floatFrom(reply) + 100.0f) < 0.001f; };
-        QVERIFY(nearMinus100(queryUntil(INCLINATION_VALUE, nearMinus100)));
-        QVERIFY(m_rig.emitSignal("crawler_pitch", { 0.0 }));
-        QCOMPARE(queryUntil(INCLINATION_VALUE, hex("00000000")), hex("00000000"));
-        QCOMPARE(m_rig.query(ADCONVERTER, QUERY, hex("00")), hex("0000000000"));
+        const QByteArray channel0 = m_rig.query(0xB1, QUERY, hex("00"));
+        QCOMPARE(channel0, hex("00") + m_rig.query(0xFB, QUERY));
+        QCOMPARE(m_rig.query(0xB1, QUERY), channel0);
+        QCOMPARE(m_rig.query(0xB1, QUERY, hex("03")), hex("0300000000"));
+        QVERIFY(pitchGives(-45.0, -100.0f));
     }
 
-    void deviceData_data()
-    {
-        QTest::addColumn<QByteArray>("request");
-        QTest::addColumn<QByteArray>("expected");
-        QTest::addColumn<bool>("asksBus");
-        // The module type is the low byte of the answer 0x1234.
-        QTest::newRow("camera module") << hex("0101") << hex("01010034") << true;
-        QTest::newRow("unknown selector") << hex("0201") << hex("02010100") << false;
-        QTest::newRow("empty request") << QByteArray() << hex("00000100") << false;
-        QTest::newRow("one byte") << hex("01") << hex("01000100") << false;
-        QTest::newRow("extra bytes ignored") << hex("010199") << hex("01010034") << true;
-    }
+    // The module type is the low byte of the answer; other selectors answer status 1 without a bus call.
     void deviceData()
     {
-        QFETCH(QByteArray, request);
-        QFETCH(QByteArray, expected);
-        QFETCH(bool, asksBus);
         m_rig.setValue("camera_module_type", 0x1234);
         m_rig.clearCalls();
-        QCOMPARE(m_rig.query(DEVICE_DATA, QUERY, request), expected);
-        QCOMPARE(m_rig.calls(), asksBus ? QStringList { "get_camera_module_type()" } : QStringList());
+        QCOMPARE(m_rig.query(0x11, QUERY, hex("0101")), hex("01010034"));
+        QCOMPARE(m_rig.query(0x11, QUERY, hex("0201")), hex("02010100"));
+        QCOMPARE(m_rig.query(0x11, QUERY), hex("00000100"));
+        QCOMPARE(m_rig.calls(), QStringList { "get_camera_module_type()" });
+    }
+
+    // Counter 3 is read under 0x3B but set under 0x3C.
+    void counterQueries_data()
+    {
+        QTest::addColumn<QString>("signal");
+        QTest::addColumn<quint8>("query");
+        QTest::newRow("counter 1") << "meter_counter_changed" << quint8(0x30);
+        QTest::newRow("counter 2") << "meter_counter_sat_changed" << quint8(0x36);
+        QTest::newRow("counter 3") << "meter_counter_abs_changed" << quint8(0x3B);
+    }
+    void counterQueries()
+    {
+        QFETCH(QString, signal);
+        QFETCH(quint8, query);
+        QVERIFY(useLocale("en_US"));
+        QVERIFY(m_rig.emitSignal(signal, { 12.5 }));
+        // 12.5 m x 3.28 = 41.0 ft.
+        QCOMPARE(queryUntil(query, hex("42240000")), hex("42240000"));
+        QVERIFY(useLocale("de_DE"));
+        QVERIFY(m_rig.emitSignal(signal, { 12.5 }));
+        QCOMPARE(queryUntil(query, hex("41480000")), hex("41480000"));
+    }
+
+    void counterSettings_data()
+    {
+        QTest::addColumn<QString>("locale");
+        QTest::addColumn<quint8>("setting");
+        QTest::addColumn<QByteArray>("data");
+        QTest::addColumn<QString>("expected");
+        // Feet become metres in single precision, then travel as a double.
+        const QString tenFt = QString::number(double(float(10.0 / 3.28)), 'g', QLocale::FloatingPointShortest);
+        QTest::newRow("3 metric") << "de_DE" << quint8(0x3C) << hex("41480000") << "set_meter_counter_abs(12.5)";
+        QTest::newRow("short: missing bytes 0") << "de_DE" << quint8(0x30) << hex("4148") << "set_meter_counter(12.5)";
+        QTest::newRow("empty") << "de_DE" << quint8(0x36) << QByteArray() << "set_meter_counter_sat(0)";
+        QTest::newRow("2 feet") << "en_US" << quint8(0x36) << hex("41200000") << "set_meter_counter_sat(" + tenFt + ')';
+        QTest::newRow("3 feet") << "en_US" << quint8(0x3C) << hex("41200000") << "set_meter_counter_abs(" + tenFt + ')';
+    }
+    void counterSettings()
+    {
+        QFETCH(QString, locale);
+        QFETCH(quint8, setting);
+        QFETCH(QByteArray, data);
+        QFETCH(QString, expected);
+        QVERIFY(useLocale(locale));
+        m_rig.clearCalls();
+        QVERIFY(m_rig.send(0x3B, SETTING, data)); // no setting: counter 3 is set under 0x3C
+        QVERIFY(m_rig.send(setting, SETTING, data));
+        QVERIFY2(m_rig.waitForCall(expected), qPrintable(m_rig.lastError()));
+        QCOMPARE(m_rig.calls(), QStringList { expected });
+        QCOMPARE(m_rig.readAll(), QByteArray());
+    }
+
+    void constantsNeverInFeet()
+    {
+        QVERIFY(useLocale("en_US"));
+        // Wheel length 200.0 under each counter's id; resolution 20, two zero bytes in the integer form.
+        QCOMPARE(m_rig.query(0x34, QUERY) + m_rig.query(0x3D, QUERY), hex("43480000 43480000"));
+        QCOMPARE(m_rig.query(0x3A, QUERY), hex("0000"));
     }
 };
 
