@@ -12,6 +12,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+// The forked child of the exit test ends through exit() with the parent's
+// threads and test logger still around: LeakSanitizer (in the sanitizer
+// build) would count those as leaks and change the exit code. It asks this
+// hook at exit; only that child says no.
+static bool s_bExitingChild = false;
+extern "C" int __lsan_is_turned_off() { return s_bExitingChild; }
+
 using Streamer = std::function<void(CLog&)>;
 Q_DECLARE_METATYPE(Streamer)
 using Action = std::function<void()>;
@@ -127,6 +134,7 @@ private slots:
         const pid_t child = fork();
         QVERIFY(child >= 0);
         if (child == 0) {
+            s_bExitingChild = true;
             dup2(out[1], STDOUT_FILENO);
             CLog("a.cpp", 1, "void f()") << "bye" << CLog::LOG_VAL_EXIT;
             _exit(0);
