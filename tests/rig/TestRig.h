@@ -1,8 +1,6 @@
 #ifndef TESTRIG_H
 #define TESTRIG_H
 
-#include "PtyLine.h"
-
 #include <QByteArray>
 #include <QDBusConnection>
 #include <QProcess>
@@ -15,12 +13,10 @@
 
 // What the rig sets up before the service starts.
 struct RigOptions {
-    QString locale;              // the simulator's locale; empty: its default "de_DE"
-    int screenWidth = 0;         // overlay columns; 0: the simulator's default (40)
-    int screenCount = 0;         // overlay lines; 0: the simulator's default (16)
-    QStringList extraArgs;       // appended to talvox's "-d pts/N -l 7"
-    bool siblingsAbsent = false; // the three sibling names are off the bus
-    bool waitReady = true;       // wait for the end of talvox's start-up
+    QString locale;        // the simulator's locale; empty: its default "de_DE"
+    int screenWidth = 0;   // overlay columns; 0: the simulator's default (40)
+    int screenCount = 0;   // overlay lines; 0: the simulator's default (16)
+    QStringList extraArgs; // appended to talvox's "-d pts/N -l 7"
 };
 
 // One frame as the service sent it.
@@ -31,31 +27,31 @@ struct RigReply {
 };
 
 // The end-to-end rig: a private system bus, the simulator of the sibling
-// services on it, and the real talvox on a pty, in a private mount namespace
-// where /tmp and the lock directory are the rig's own and date and hwclock
-// only record their arguments. Everything started is stopped again by the
-// destructor, also when a test fails half way.
+// services on it, and the real talvox on a pty (the PC's end is the rig's), in
+// a private mount namespace where /tmp and the lock directory are the rig's
+// own and date and hwclock only record their arguments. The destructor stops
+// everything, also when a test fails half way; the run directory with the
+// logs stays in the build tree.
 class TestRig
 {
 public:
-    TestRig();
+    TestRig() = default;
     ~TestRig();
     TestRig(const TestRig&) = delete;
     TestRig& operator=(const TestRig&) = delete;
 
     bool start(const RigOptions& options = {});
-    // After a failed start: whether this machine cannot host the rig at all
-    // (not root, no unshare, no dbus-daemon), so the test should skip.
+    // After a failed start: this machine cannot host the rig (not root, tools missing).
     bool unsupported() const { return m_unsupported; }
     QString lastError() const { return m_error; }
-    // The rig's directory in the build tree: logs, bus config, the service's /tmp.
-    QString dir() const { return m_dir; }
 
     // The serial line, seen from the PC.
     static QByteArray frame(quint8 command, quint8 group, const QByteArray& data = {});
     void write(const QByteArray& bytes);
-    QByteArray read(int n, int timeoutMs = 2000);
-    QByteArray readAll(int quietMs = 100);
+    // Exactly n bytes, or fewer if the time-out passes first.
+    QByteArray read(int n, int timeoutMs = 2000) { return receive(n, timeoutMs, false); }
+    // Everything that arrives until the line has been quiet for quietMs.
+    QByteArray readAll(int quietMs = 100) { return receive(-1, quietMs, true); }
     bool expectAck(int timeoutMs = 2000);
     // Writes a frame and expects its ACK.
     bool send(quint8 command, quint8 group, const QByteArray& data = {});
@@ -65,19 +61,18 @@ public:
     QByteArray readReplyData(quint8 command, quint8 group, int timeoutMs = 2000);
     // send() and readReplyData() with the same ids.
     QByteArray query(quint8 command, quint8 group, const QByteArray& data = {}, int timeoutMs = 2000);
+    // Closes the PC's end: the service sees the line hang up.
     void hangUp();
-    QString device() const { return m_line.device(); }
 
     // The simulator's control interface.
     QVariantList sim(const QString& method, const QVariantList& args = {});
-    QStringList calls();
-    void clearCalls();
+    QStringList calls() { return sim("calls").value(0).toStringList(); }
+    void clearCalls() { sim("clear_calls"); }
     // Settings go out without a reply: wait until the call has arrived.
     bool waitForCall(const QString& prefix, int timeoutMs = 2000);
     bool emitSignal(const QString& name, const QVariantList& args = {});
     void setValue(const QString& name, const QVariant& value);
-    QString screen();
-    QString busAddress() const { return m_busAddress; }
+    QString screen() { return sim("screen").value(0).toString(); }
 
     // The service.
     QString serviceLog() const;
@@ -86,31 +81,30 @@ public:
     QStringList standinCalls() const;
     // The exit code; -1 while it still runs, 256 after a crash or a signal.
     int waitForExit(int timeoutMs = 2000);
-    qint64 servicePid() const;
-    // Where the service's lock file for this line lies on the host.
-    QString lockFilePath() const;
+    qint64 servicePid() const { return m_service ? m_service->processId() : 0; }
+    // The service's lock file for this line, seen from the host.
+    QString lockFilePath() const { return m_dir + "/tmp/tvx-" + m_device + ".lock"; }
 
 private:
     bool fail(const QString& error);
     bool checkSupported();
-    bool createDir();
     bool startBus();
-    bool startSimulator();
-    bool applyOptions(const RigOptions& options);
-    bool startService(const QStringList& extraArgs);
-    bool waitReady(int timeoutMs);
-    bool simCall(const QString& method, const QVariantList& args, QVariantList* results);
-    void stop(std::unique_ptr<QProcess>& process);
+    bool openLine();
+    std::unique_ptr<QProcess> spawn(const QString& log, const QStringList& command);
+    bool simCall(const QString& method, const QVariantList& args, QVariantList* results = nullptr);
+    QByteArray receive(int n, int timeoutMs, bool untilQuiet);
 
     QString m_dir;
     QString m_error;
     bool m_unsupported = false;
+    QString m_busName;
     QString m_busAddress;
-    QString m_connectionName;
     std::unique_ptr<QProcess> m_bus;
     std::unique_ptr<QProcess> m_simulator;
     std::unique_ptr<QProcess> m_service;
-    PtyLine m_line;
+    int m_master = -1;
+    int m_slave = -1;
+    QString m_device;
 };
 
 // Starts the rig in a QtTest function: skips where the machine cannot host
