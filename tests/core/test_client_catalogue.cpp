@@ -13,7 +13,7 @@ namespace {
 QByteArray clientOutput(const QString& option)
 {
     QProcess client;
-    client.start(QCoreApplication::applicationDirPath() + "/../client/talvox-pc", {option});
+    client.start(QCoreApplication::applicationDirPath() + "/../tools/talvox-pc", {option});
     if (!client.waitForFinished(10000) || client.exitStatus() != QProcess::NormalExit || client.exitCode() != 0)
         return {};
     return client.readAllStandardOutput();
@@ -65,7 +65,7 @@ private slots:
         const QByteArray generated = clientOutput("--list-markdown");
         QVERIFY2(!generated.isEmpty(), "talvox-pc --list-markdown failed: is talvox-pc built?");
         QVERIFY2(file.readAll() == generated, "docs/protocol.md differs from `talvox-pc --list-markdown`: regenerate it "
-                                              "with build/client/talvox-pc --list-markdown > docs/protocol.md");
+                                              "with build/tools/talvox-pc --list-markdown > docs/protocol.md");
     }
 };
 

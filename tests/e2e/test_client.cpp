@@ -68,7 +68,7 @@ struct ClientResult {
 ClientResult run(const PtyBridge& bridge, const QStringList& command, const QByteArray& script = {})
 {
     QProcess client;
-    client.start(QCoreApplication::applicationDirPath() + "/../client/talvox-pc",
+    client.start(QCoreApplication::applicationDirPath() + "/../tools/talvox-pc",
                  QStringList{"--device", bridge.devices[0]} + command);
     client.write(script);
     client.closeWriteChannel();
