@@ -9,6 +9,11 @@ struct ColorPair {
 const ColorPair SHORTHANDS[] = { { 1, 0 }, { 1, 15 }, { 15, 0 }, { 15, 1 } };
 }
 
+char ColorCodeFromPair(int first, int second)
+{
+    return static_cast<char>(((first << 4) | second) & 0xFF);
+}
+
 void GetColorsFromChar(char code, EOverlayTextColor& foreground, EOverlayTextColor& background)
 {
     const unsigned char byte = static_cast<unsigned char>(code);

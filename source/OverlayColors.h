@@ -15,4 +15,8 @@ enum EOverlayTextColor {
 // 0x00 to 0x03 are shorthands for pairs of the colours 0, 1 and 15.
 void GetColorsFromChar(char code, EOverlayTextColor& foreground, EOverlayTextColor& background);
 
+// The colour byte of a pair: the first colour in the high nibble, the second
+// ORed in unmasked, so a second colour above 15 sets high-nibble bits too.
+char ColorCodeFromPair(int first, int second);
+
 #endif

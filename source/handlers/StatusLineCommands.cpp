@@ -41,13 +41,6 @@ bool statusTextId(unsigned char item, int* textId)
     }
     return false;
 }
-
-// The colour byte of a colour request: byte 2 in the high nibble, byte 1 ORed
-// in without masking, so a byte 1 above 15 also sets high-nibble bits.
-char requestColorByte(const RS232Message& message)
-{
-    return char(((message.data_byte(2) << 4) | message.data_byte(1)) & 0xFF);
-}
 }
 
 void RS232Handler::fh_get_statusline(RS232Message& message)
@@ -99,7 +92,7 @@ void RS232Handler::fh_get_statusline_state(RS232Message& message)
 
     QByteArray reply;
     reply.append(char(item));
-    reply.append(char(((colors.at(0).toInt() << 4) | colors.at(1).toInt()) & 0xFF));
+    reply.append(ColorCodeFromPair(colors.at(0).toInt(), colors.at(1).toInt()));
     reply.append(char(visible ? 1 : 0));
     reply.append(char(0)); // reserved
     reply.append(char(0)); // reserved
@@ -111,7 +104,8 @@ void RS232Handler::fh_set_statusline_color(RS232Message& message)
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_statusline_color");
     EOverlayTextColor foreground;
     EOverlayTextColor background;
-    GetColorsFromChar(requestColorByte(message), foreground, background);
+    // Byte 1 the second colour, byte 2 the first.
+    GetColorsFromChar(ColorCodeFromPair(message.data_byte(2), message.data_byte(1)), foreground, background);
 
     int textId = 0;
     if (!statusTextId(message.data_byte(0), &textId))

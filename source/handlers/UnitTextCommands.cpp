@@ -101,11 +101,10 @@ void RS232Handler::fh_set_unit_position(RS232Message& message)
 void RS232Handler::fh_set_device_color(RS232Message& message)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_device_color");
-    // Byte 1 is ORed in unmasked, as in the status line colour command.
-    const char colorByte = char(((message.data_byte(2) << 4) | message.data_byte(1)) & 0xFF);
+    // Byte 1 the second colour, byte 2 the first, as in the status line.
     EOverlayTextColor foreground;
     EOverlayTextColor background;
-    GetColorsFromChar(colorByte, foreground, background);
+    GetColorsFromChar(ColorCodeFromPair(message.data_byte(2), message.data_byte(1)), foreground, background);
 
     const UnitText* unit = findUnitText(&UnitText::color_index, message.data_byte(0));
     if (!unit)
