@@ -1,5 +1,5 @@
-// The sending half of the serial link on a pty: what goes out on the line for
-// a reply, what is refused (never more than 255 data bytes), and the log lines.
+// The sending half of the serial link on a pty: what goes out on the line for a reply, what is refused (never
+// more than 255 data bytes), and the log lines.
 #include "CEventLogger.h"
 #include "RS232.h"
 
@@ -33,8 +33,7 @@ private slots:
 
     void cleanupTestCase()
     {
-        // Reconfiguring closes the pty (and frees the port's LCK.. file);
-        // /dev/null is no terminal, so the open fails and init gives 0.
+        // Reconfiguring closes the pty (and frees its LCK.. file); /dev/null is no terminal, so init gives 0.
         QCOMPARE(RS232::instance()->init("/dev/null", 9600), 0);
         close(master);
         close(slave);
@@ -50,12 +49,9 @@ private slots:
             full += char(i);
         const QByteArray wire = QByteArray::fromHex("02 98 01 ff 00") + full + '\x03';
         QTest::newRow("255 data bytes") << full << wire << "]: RS232::send_raw_data: data:" + wire.toHex() + "\n";
-        QTest::newRow("256 data bytes refused") << QByteArray(256, '\1') << QByteArray()
-                                                << QByteArray("]: RS232::send_message: RS232Message(0x98|0x1|0x0|0x1|0x1|");
-        QTest::newRow("300 data bytes refused")
-            << QByteArray(300, '\1') << QByteArray()
-            << "]: RS232::send_message: RS232Message(0x98|0x1|0x2c|0x1|" + QByteArray("0x1|").repeated(299)
-                   + "0x1) is not valid\n";
+        const QByteArray invalid = QByteArray("0x1|").repeated(299) + "0x1) is not valid\n";
+        QTest::newRow("300 data bytes refused") << QByteArray(300, '\1') << QByteArray()
+                                                << "]: RS232::send_message: RS232Message(0x98|0x1|0x2c|0x1|" + invalid;
     }
 
     void sendMessage()
@@ -68,8 +64,7 @@ private slots:
         reply.set_group_id(1);
         reply.set_data(data);
 
-        // Standard error, where syslog copies every line; an ACK written
-        // afterwards marks the end of what the reply put on the line.
+        // Standard error, where syslog copies every line; the ACK marks the end of what the reply put on the line.
         QTemporaryFile err;
         QVERIFY(err.open());
         const int saved = dup(2);

@@ -1,6 +1,5 @@
-// The message frame: header arithmetic, validity, copies, text form and the
-// int and short-input quirks of the value encodings (their byte order on
-// every host is test_portability's).
+// The message frame: header arithmetic, validity, copies, text form and the int and short-input quirks of the
+// value encodings (their byte order on every host is test_portability's).
 #include "RS232Message.h"
 
 #include <QtTest>
@@ -8,10 +7,7 @@
 #include <climits>
 
 namespace {
-QByteArray hex(const char* text)
-{
-    return QByteArray::fromHex(text);
-}
+QByteArray hex(const char* text) { return QByteArray::fromHex(text); }
 
 // A message holding `data`; lo and hi, if given, announce another length.
 RS232Message message(int command, int group, const QByteArray& data, int lo = -1, int hi = -1)
@@ -40,7 +36,6 @@ private slots:
         QTest::addColumn<QByteArray>("wire");
         QTest::newRow("0x12345678") << 0x12345678 << hex("3412");
         QTest::newRow("65535 is lost") << 65535 << hex("0000");
-        QTest::newRow("-1") << -1 << hex("ffff");
         QTest::newRow("INT_MIN") << INT_MIN << hex("0080");
     }
 
@@ -52,8 +47,7 @@ private slots:
         QCOMPARE(RS232Message::bytearray_to_int(wire), int(quint32(value) & 0xFFFF0000u));
     }
 
-    // The float and double decoders take what there is and read missing
-    // trailing bytes as 0; the int decoder wants exactly two bytes, else 0.
+    // The float and double decoders read missing trailing bytes as 0; the int decoder wants exactly two, else 0.
     void decodersOnShortInput_data()
     {
         QTest::addColumn<QByteArray>("wire");
@@ -68,7 +62,7 @@ private slots:
     void decodersOnShortInput()
     {
         QFETCH(QByteArray, wire);
-        // A copy with exactly wire.size() bytes allocated: reading past them shows under a sanitizer.
+        // Exactly wire.size() bytes allocated: reading past them shows under a sanitizer.
         const QByteArray exact(wire.constData(), wire.size());
         QTEST(RS232Message::float_to_bytearray(RS232Message::bytearray_to_float(exact)), "asFloat");
         QTEST(RS232Message::double_to_bytearray(RS232Message::bytearray_to_double(exact)), "asDouble");
@@ -76,77 +70,49 @@ private slots:
     }
 
     // The announced length is length lo + length hi, not a 16-bit number.
-    void sumLength_data()
-    {
-        QTest::addColumn<int>("lo");
-        QTest::addColumn<int>("hi");
-        QTest::newRow("1+1 is 2, not 257") << 1 << 1;
-        QTest::newRow("255+255") << 255 << 255;
-    }
-
     void sumLength()
     {
-        QFETCH(int, lo);
-        QFETCH(int, hi);
-        RS232Message m = message(5, 1, {}, lo, hi);
-        QCOMPARE(m.get_setted_length(), lo + hi);
-        for (int i = 0; i < lo + hi; ++i) {
-            QVERIFY(!m.is_data_complete());
+        for (const int half : {1, 255}) { // 1+1 is 2, not 257
+            RS232Message m = message(5, 1, {}, half, half);
+            QCOMPARE(m.get_setted_length(), 2 * half);
+            for (int i = 0; i < 2 * half; ++i) {
+                QVERIFY(!m.is_data_complete());
+                m.append_data_byte(0xEE);
+            }
+            QVERIFY(m.is_valid());
+            QCOMPARE(int(m.get_length_lo()), half); // appending leaves the header alone
             m.append_data_byte(0xEE);
+            QVERIFY(!m.is_data_complete());
+            QVERIFY(!m.is_valid());
         }
-        QVERIFY(m.is_valid());
-        QCOMPARE(int(m.get_length_lo()), lo); // appending leaves the header alone
-        m.append_data_byte(0xEE);
-        QVERIFY(!m.is_data_complete());
-        QVERIFY(!m.is_valid());
     }
 
-    // set_data() writes size & 0xFF and size >> 8: beyond 255 bytes the sum
-    // no longer matches and the message is invalid.
-    void headerAndValidity_data()
+    // set_data() writes size & 0xFF and size >> 8: beyond 255 bytes the sum no longer matches.
+    void lengthFromDataSize()
     {
-        QTest::addColumn<int>("command");
-        QTest::addColumn<int>("group");
-        QTest::addColumn<int>("size");
-        QTest::addColumn<int>("lo");
-        QTest::addColumn<int>("hi");
-        QTest::addColumn<bool>("valid");
-        QTest::newRow("255 bytes") << 5 << 1 << 255 << 255 << 0 << true;
-        QTest::newRow("256 bytes") << 5 << 1 << 256 << 0 << 1 << false;
-        QTest::newRow("300 bytes") << 5 << 1 << 300 << 0x2C << 1 << false;
-        QTest::newRow("command 0") << 0 << 1 << 2 << 2 << 0 << false;
-        QTest::newRow("group 255") << 5 << 255 << 0 << 0 << 0 << false;
-        QTest::newRow("group 254: only the receiver limits groups") << 255 << 254 << 0 << 0 << 0 << true;
+        const RS232Message full = message(5, 1, QByteArray(255, 'x')), over = message(5, 1, QByteArray(256, 'x'));
+        QCOMPARE(QPoint(full.get_length_lo(), full.get_length_hi()), QPoint(255, 0));
+        QVERIFY(full.is_valid());
+        QCOMPARE(QPoint(over.get_length_lo(), over.get_length_hi()), QPoint(0, 1));
+        QCOMPARE(over.get_data_length(), 256);
+        QVERIFY(!over.is_valid());
     }
 
-    void headerAndValidity()
+    // Command 0 and group 255 are invalid; clearing the data keeps the ids; a copy takes its length bytes from
+    // the data, whatever the source announced; a byte the data lacks reads as 0.
+    void idsClearingCopiesAndDataBytes()
     {
-        QFETCH(int, command);
-        QFETCH(int, group);
-        QFETCH(int, size);
-        const RS232Message m = message(command, group, QByteArray(size, 'x'));
-        QTEST(int(m.get_length_lo()), "lo");
-        QTEST(int(m.get_length_hi()), "hi");
-        QCOMPARE(m.get_data_length(), size);
-        QTEST(m.is_valid(), "valid");
-    }
-
-    void clearingAndTextForm()
-    {
+        QVERIFY(!message(0, 1, {}).is_valid());
+        QVERIFY(!message(5, 255, {}).is_valid());
+        QVERIFY(message(255, 254, {}).is_valid()); // only the receiver limits groups
         RS232Message m = message(7, 2, hex("010203"));
-        m.clear_data(); // the ids stay
+        m.clear_data();
         QCOMPARE(m.toStr(), QString("0x7|0x2|0x0|0x0|"));
         QVERIFY(m.is_valid());
         m.clear();
-        QCOMPARE(m.toStr(), QString("0x0|0xff|0x0|0x0|")); // as a fresh message
+        QCOMPARE(m.toStr(), QString("0x0|0xff|0x0|0x0|"));
         QVERIFY(!m.is_valid());
-        QCOMPARE(message(9, 1, hex("00ff"), 0xAB, 0xCD).toStr(), QString("0x9|0x1|0xab|0xcd|0x0|0xff"));
-    }
 
-    // A copy takes its length bytes from the data, whatever the source
-    // announced; a byte the data lacks reads as 0.
-    void copiesAndDataBytes()
-    {
         const RS232Message source = message(9, 1, hex("aa01"), 3, 2);
         RS232Message copy(source);
         QCOMPARE(copy.toStr(), QString("0x9|0x1|0x2|0x0|0xaa|0x1"));
