@@ -1,7 +1,6 @@
-// The PC client's catalogue and the protocol reference against the
-// registry's own command table: every (command id, group id) has exactly one
-// name in talvox-pc, no name points elsewhere, and docs/protocol.md is what
-// talvox-pc generates from that catalogue.
+// The PC client's catalogue against the registry's command table: every
+// (command id, group id) has exactly one name in talvox-pc, no name points
+// elsewhere, and docs/protocol.md is what talvox-pc generates from it.
 #include "RS232Handler.h"
 
 #include <QCoreApplication>
@@ -14,15 +13,11 @@ QByteArray clientOutput(const QString& option)
 {
     QProcess client;
     client.start(QCoreApplication::applicationDirPath() + "/../tools/talvox-pc", {option});
-    if (!client.waitForFinished(10000) || client.exitStatus() != QProcess::NormalExit || client.exitCode() != 0)
-        return {};
-    return client.readAllStandardOutput();
+    const bool ok = client.waitForFinished(10000) && client.exitStatus() == QProcess::NormalExit;
+    return ok && client.exitCode() == 0 ? client.readAllStandardOutput() : QByteArray();
 }
 
-QString pairText(int command, int group)
-{
-    return QStringLiteral("0x%1 %2").arg(command, 2, 16, QLatin1Char('0')).arg(group);
-}
+QString pairText(int command, int group) { return QString("0x%1 %2").arg(command, 2, 16, QChar('0')).arg(group); }
 }
 
 class TestClientCatalogue : public QObject
@@ -44,10 +39,8 @@ private slots:
         QCOMPARE(registered.removeDuplicates(), 0);
 
         // "0x30 1 metercounter get 1": the pair, then the name.
-        QStringList named;
-        QStringList names;
-        const QStringList lines = QString::fromUtf8(clientOutput("--list-pairs")).split('\n', Qt::SkipEmptyParts);
-        for (const QString& line : lines) {
+        QStringList named, names;
+        for (const QString& line : QString::fromUtf8(clientOutput("--list-pairs")).split('\n', Qt::SkipEmptyParts)) {
             bool ok = false;
             named.append(pairText(line.section(' ', 0, 0).toInt(&ok, 16), line.section(' ', 1, 1).toInt()));
             QVERIFY2(ok, qPrintable(line));
@@ -64,8 +57,8 @@ private slots:
         QVERIFY2(file.open(QIODevice::ReadOnly), "docs/protocol.md is missing");
         const QByteArray generated = clientOutput("--list-markdown");
         QVERIFY2(!generated.isEmpty(), "talvox-pc --list-markdown failed: is talvox-pc built?");
-        QVERIFY2(file.readAll() == generated, "docs/protocol.md differs from `talvox-pc --list-markdown`: regenerate it "
-                                              "with build/tools/talvox-pc --list-markdown > docs/protocol.md");
+        QVERIFY2(file.readAll() == generated, "docs/protocol.md differs: regenerate it with "
+                                              "build/tools/talvox-pc --list-markdown > docs/protocol.md");
     }
 };
 

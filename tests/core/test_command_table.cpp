@@ -23,11 +23,11 @@ const ProtocolRow PROTOCOL[] = {
     { 1, "0x35, 0x3A, 0x3E", "fh_get_metercounter_resolution" },
     { 1, "0x31, 0x37, 0x3C, 0x41, 0x51, 0x71, 0xC1, 0xC3, 0xC5, 0xC7, 0xF1, 0xF4, 0xF7, 0xF8, 0xFA, 0xFC",
       "fh_get_unit_state" },
-    { 1, "0x40, 0x50", "fh_get_date_time" }, { 1, "0x70", "fh_get_videocounter" },
-    { 1, "0x90", "fh_get_statusline" }, { 1, "0x92", "fh_get_statusline_state" }, { 1, "0x98", "fh_get_line" },
+    { 1, "0x40, 0x50", "fh_get_date_time" }, { 1, "0x70", "fh_get_videocounter" }, { 1, "0x90", "fh_get_statusline" },
+    { 1, "0x92", "fh_get_statusline_state" }, { 1, "0x98", "fh_get_line" }, { 1, "0xB1", "fh_get_adconverter" },
     { 1, "0xC0, 0xC2, 0xC4, 0xC6, 0xF0, 0xF3, 0xF5, 0xF6, 0xF9, 0xFB", "fh_get_device_value" },
     { 1, "0xD4", "fh_get_3d_measurement_data" }, { 1, "0xFE", "fh_get_softwareversion" },
-    { 1, "0xB1", "fh_get_adconverter" }, { 1, "0xFF", "fh_get_softwareid" },
+    { 1, "0xFF", "fh_get_softwareid" },
 
     { 2, "0x01", "fh_set_codec" }, { 2, "0x20", "fh_set_inclination_distance" },
     { 2, "0x30", "fh_set_metercounter_1" }, { 2, "0x36", "fh_set_metercounter_2" },
@@ -54,7 +54,7 @@ class TestCommandTable : public QObject
 private slots:
     void holdsExactlyTheProtocolsEntries()
     {
-        QStringList expected;
+        QStringList expected, actual;
         for (const ProtocolRow& row : PROTOCOL) {
             for (const QString& part : QString(row.ids).split(", ")) {
                 const QStringList bounds = part.split(" to ");
@@ -64,7 +64,6 @@ private slots:
         }
         int rows = 0;
         const RS232Handler::TableRow* table = RS232Handler::command_table(&rows);
-        QStringList actual;
         for (int row = 0; row < rows; ++row) {
             for (int id = table[row].first_command_id; id <= table[row].last_command_id; ++id)
                 actual.append(entry(id, table[row].group_id, table[row].name));

@@ -16,10 +16,8 @@
 #include <vector>
 
 namespace {
-// talvox-pc needs a device path, and a pty master has none. So the service
-// gets a line of its own (a second "-d", which wins over the rig's), and the
-// event loop copies bytes between the masters of the two lines, as a
-// null-modem cable would.
+// talvox-pc needs a device path, which a pty master lacks. So the service gets a line of its own (a
+// second "-d" wins over the rig's), and the event loop copies between the two masters like a null-modem cable.
 struct PtyBridge {
     int fds[4] = {-1, -1, -1, -1}; // the client's master and slave, the service's
     QString devices[2];            // "/dev/pts/N" of each slave
@@ -34,10 +32,10 @@ struct PtyBridge {
             if (openpty(&fds[2 * i], &fds[2 * i + 1], name, &raw, nullptr) != 0)
                 return false;
             devices[i] = name;
-            fcntl(fds[2 * i], F_SETFD, FD_CLOEXEC);
-            fcntl(fds[2 * i + 1], F_SETFD, FD_CLOEXEC);
             fcntl(fds[2 * i], F_SETFL, O_NONBLOCK);
         }
+        for (int fd : fds)
+            fcntl(fd, F_SETFD, FD_CLOEXEC);
         for (const auto& [from, to] : {std::pair{fds[0], fds[2]}, std::pair{fds[2], fds[0]}}) {
             relays.push_back(std::make_unique<QSocketNotifier>(from, QSocketNotifier::Read));
             QObject::connect(relays.back().get(), &QSocketNotifier::activated, [from = from, to = to] {
@@ -54,15 +52,11 @@ struct PtyBridge {
     {
         relays.clear();
         for (int fd : fds)
-            if (fd >= 0)
-                ::close(fd);
+            ::close(fd); // -1 if never opened: EBADF, harmless
     }
 };
 
-struct ClientResult {
-    int exitCode;
-    QString out, err;
-};
+struct ClientResult { int exitCode; QString out, err; };
 
 // Runs talvox-pc on the bridge's line while the event loop keeps it relaying.
 ClientResult run(const PtyBridge& bridge, const QStringList& command, const QByteArray& script = {})
@@ -84,8 +78,7 @@ class TestClient : public QObject
 {
     Q_OBJECT
 
-    // The service on the bridge's line; the bridge goes first, so the
-    // service sees the hang-up and ends.
+    // The bridge goes first, so the service sees the hang-up and ends.
     TestRig rig;
     PtyBridge bridge;
 
@@ -93,31 +86,28 @@ private slots:
     void initTestCase()
     {
         QVERIFY(bridge.open());
-        RigOptions options;
-        options.extraArgs = QStringList{"-d", QString(bridge.devices[1]).remove("/dev/")};
-        TALVOX_RIG_START(rig, options);
+        TALVOX_RIG_START(rig, RigOptions{QString(), 0, 0, {"-d", QString(bridge.devices[1]).remove("/dev/")}});
     }
 
-    // On a line where nobody answers: requests end in a time-out (exit 4)
-    // and --raw shows the frame a name stands for. Or with no line at all.
+    // Where nobody answers, requests time out (exit 4) and --raw shows a name's frame; or there is no line at all.
     void withoutController_data()
     {
         QTest::addColumn<QStringList>("command");
         QTest::addColumn<int>("exitCode");
         QTest::addColumn<QString>("output"); // on standard output or error
+        const QString sent = "sent:     02 ";
         QTest::newRow("no such device") << QStringList{"-d", "/dev/no-such-line", "version"} << 2
                                         << "cannot open /dev/no-such-line";
         QTest::newRow("unknown name lists the names") << QStringList{"frobnicate"} << 1 << "metercounter get 1";
-        QTest::newRow("float") << QStringList{"metercounter", "set", "2", "12.5"} << 4
-                               << "sent:     02 36 02 04 00 41 48 00 00 03\n";
-        QTest::newRow("counter 3 set under 0x3C") << QStringList{"metercounter", "set", "3", "1"} << 4
-                                                  << "sent:     02 3C 02 04 00 3F 80 00 00 03\n";
-        QTest::newRow("date") << QStringList{"date", "set", "2026-11-22"} << 4 << "sent:     02 40 02 04 00 16 0B 14 1A 03\n";
+        QTest::newRow("counter 3 set under 0x3C, float")
+            << QStringList{"metercounter", "set", "3", "1"} << 4 << sent + "3C 02 04 00 3F 80 00 00 03\n";
+        QTest::newRow("date") << QStringList{"date", "set", "2026-11-22"} << 4 << sent + "40 02 04 00 16 0B 14 1A 03\n";
         QTest::newRow("utf8 text") << QStringList{"--charset", "utf8", "line", "set", "1", "\u00fc"} << 4
-                                   << "sent:     02 98 02 03 00 01 C3 BC 03\n";
-        QTest::newRow("locale text") << QStringList{"line", "set", "1", "\u00fc"} << 4 << "sent:     02 98 02 02 00 01 FC 03\n";
+                                   << sent + "98 02 03 00 01 C3 BC 03\n";
+        QTest::newRow("locale text") << QStringList{"line", "set", "1", "\u00fc"} << 4
+                                     << sent + "98 02 02 00 01 FC 03\n";
         QTest::newRow("temp texts") << QStringList{"screen", "temp", "4", "10", "AB", "CD"} << 4
-                                    << "sent:     02 D7 02 08 00 04 0A 00 41 42 00 43 44 03\n";
+                                    << sent + "D7 02 08 00 04 0A 00 41 42 00 43 44 03\n";
     }
 
     void withoutController()
@@ -136,22 +126,20 @@ private slots:
         rig.setValue("videocounter", QVariantList{1, 2, 30, 15, 12});
         QVERIFY(rig.emitSignal("sensor_3d_data", {2.5, 1.0, 0.0, -1.0}));
         QVERIFY(rig.emitSignal("meter_counter_changed", {12.5}));
-
         // Signals reach the service on their own time: ask until it knows.
         ClientResult meter;
-        static_cast<void>(QTest::qWaitFor(
-            [&] { return (meter = run(bridge, {"metercounter", "get", "1"})).out.contains("12.5"); }, 5000));
+        const auto known = [&] { return (meter = run(bridge, {"metercounter", "get", "1"})).out.contains("12.5"); };
+        QVERIFY2(QTest::qWaitFor(known, 5000), qPrintable(meter.out + meter.err));
         QCOMPARE(meter.out, QString("meter counter 1: 12.5 metres (feet if the controller's locale is US)\n"));
 
-        // One script: texts both ways, the client following "codec set" for
-        // the texts after it, comments skipped.
+        // One script: texts both ways, the client following "codec set" for later texts, comments skipped.
         const QByteArray script = "# a comment\nline set 5 \"Hello there\"\nline get 5\nstatusline state 2\n"
                                   "codec set utf8\nline set 3 \"Grüße\"\nline get 3\nvideocounter get\n3d data\n";
         const ClientResult result = run(bridge, {}, script);
         QVERIFY2(result.exitCode == 0, qPrintable(result.err + result.out));
-        const QStringList expected = {
-            "line 5: \"Hello there\"", "status line item 2: colours 1 on 13, visible", "line 3: \"Grüße\"",
-            "video counter: 02:30:15, frame 12", "3D data: x 1, y 0, z -1, distance counter 2.5"};
+        const QStringList expected = {"line 5: \"Hello there\"", "status line item 2: colours 1 on 13, visible",
+                                      "line 3: \"Grüße\"", "video counter: 02:30:15, frame 12",
+                                      "3D data: x 1, y 0, z -1, distance counter 2.5"};
         for (const QString& line : expected)
             QVERIFY2(result.out.contains(line + "\n"), qPrintable("missing \"" + line + "\" in:\n" + result.out));
         QCOMPARE(result.out.count("done (acknowledged)"), 3);
@@ -167,13 +155,11 @@ private slots:
         QTest::addColumn<QStringList>("command");
         QTest::addColumn<int>("exitCode");
         QTest::addColumn<QString>("message");
-        // Group 3 does not exist: the controller answers NAK.
-        QTest::newRow("NAK") << QStringList{"raw", "0x05", "3"} << 3 << "refused the frame (NAK 0x15)";
-        // A state query for item 0 is acknowledged but never answered.
-        QTest::newRow("no reply") << QStringList{"--timeout", "400", "statusline", "state", "0"} << 4
-                                  << "acknowledged the command but sent no reply";
-        // A frame with command id 0 gets neither ACK nor NAK.
-        QTest::newRow("no ACK") << QStringList{"--timeout", "400", "raw", "0", "1"} << 4 << "no answer within 400 ms";
+        QTest::newRow("group 3: NAK") << QStringList{"raw", "0x05", "3"} << 3 << "refused the frame (NAK 0x15)";
+        QTest::newRow("item 0: ACK, no reply") << QStringList{"--timeout", "400", "statusline", "state", "0"} << 4
+                                               << "acknowledged the command but sent no reply";
+        QTest::newRow("command id 0: no ACK") << QStringList{"--timeout", "400", "raw", "0", "1"} << 4
+                                              << "no answer within 400 ms";
     }
 
     void refusalAndTimeOut()
@@ -183,8 +169,7 @@ private slots:
         const ClientResult result = run(bridge, command);
         QTEST(result.exitCode, "exitCode");
         QVERIFY2(result.err.contains(message), qPrintable(result.err));
-        // The controller goes on answering after either.
-        QCOMPARE(run(bridge, {"codec", "get"}).exitCode, 0);
+        QCOMPARE(run(bridge, {"codec", "get"}).exitCode, 0); // the controller goes on answering
     }
 };
 

@@ -11,10 +11,8 @@
 #include <QStandardPaths>
 #include <QTest>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
@@ -38,9 +36,8 @@ QString readText(const QString& path)
 
 QString tail(const QString& text) { return text.right(1500); }
 
-// A child that dies with the test program even when that crashes or is killed
-// by a time-out. The death signal survives exec, so it reaches talvox behind
-// run-isolated too.
+// A child that dies with the test program, also on a crash or a time-out kill. The death signal
+// survives exec, so it reaches talvox behind run-isolated too.
 class ChildProcess : public QProcess
 {
 protected:
@@ -49,10 +46,9 @@ protected:
 
 void stop(std::unique_ptr<QProcess>& process)
 {
-    if (process && process->state() != QProcess::NotRunning) {
-        ::kill(pid_t(process->processId()), SIGTERM);
-        if (!process->waitForFinished(STOP_TIMEOUT_MS)) {
-            ::kill(pid_t(process->processId()), SIGKILL);
+    for (int signal : { SIGTERM, SIGKILL }) {
+        if (process && process->state() != QProcess::NotRunning) {
+            ::kill(pid_t(process->processId()), signal);
             process->waitForFinished(STOP_TIMEOUT_MS);
         }
     }
@@ -63,15 +59,13 @@ void stop(std::unique_ptr<QProcess>& process)
 
 TestRig::~TestRig()
 {
-    // A hung-up line ends the service in an orderly way (exit 7), which
-    // removes its lock file; a signal is only the fallback.
+    // A hung-up line ends the service in order (exit 7, lock file removed); a signal is only the fallback.
     hangUp();
     if (m_service)
         m_service->waitForFinished(STOP_TIMEOUT_MS);
     stop(m_service);
     stop(m_simulator);
-    if (m_bus)
-        QDBusConnection::disconnectFromBus(m_busName);
+    QDBusConnection::disconnectFromBus(m_busName);
     stop(m_bus);
 }
 
@@ -84,31 +78,26 @@ bool TestRig::fail(const QString& error)
 
 bool TestRig::start(const RigOptions& options)
 {
-    if (m_bus)
-        return fail("start() called twice");
     if (!checkSupported() || !startBus())
         return false;
 
     m_simulator = spawn("simulator.log", { TALVOX_SIM_BIN });
     QDBusConnectionInterface* names = QDBusConnection(m_busName).interface();
     const auto up = [&] { return names->isServiceRegistered(SIMULATOR); };
-    if (!QTest::qWaitFor([&] { return up() || m_simulator->state() == QProcess::NotRunning; }, START_TIMEOUT_MS) || !up())
+    const auto ended = [](const auto& process) { return process->state() == QProcess::NotRunning; };
+    if (!QTest::qWaitFor([&] { return up() || ended(m_simulator); }, START_TIMEOUT_MS) || !up())
         return fail("talvox-sim did not come up: " + tail(readText(m_dir + "/simulator.log")));
-
-    const QVariantList size = { options.screenWidth > 0 ? options.screenWidth : 40,
-                                options.screenCount > 0 ? options.screenCount : 16 };
+    const int width = options.screenWidth, lines = options.screenCount;
     if ((!options.locale.isEmpty() && !simCall("set_locale", { options.locale }))
-        || ((options.screenWidth > 0 || options.screenCount > 0) && !simCall("set_screen_size", size)) || !openLine())
+        || ((width || lines) && !simCall("set_screen_size", { width ? width : 40, lines ? lines : 16 })) || !openLine())
         return false;
 
     // run-isolated execs into unshare, sh and then talvox: one process id.
-    m_service = spawn("talvox.log", QStringList { "sh", TALVOX_SIM_ENV_DIR "/run-isolated", m_dir, TALVOX_BIN, "-d", m_device,
-                                                  "-l", "7" } + options.extraArgs);
-    if (!m_service->waitForStarted(START_TIMEOUT_MS))
-        return fail("cannot start talvox: " + m_service->errorString());
+    m_service = spawn("talvox.log", QStringList { "sh", TALVOX_SIM_ENV_DIR "/run-isolated", m_dir, TALVOX_BIN, "-d",
+                                                  m_device, "-l", "7" } + options.extraArgs);
     const auto ready = [&] { return serviceLog().contains(READY_LINE); };
-    return (QTest::qWaitFor([&] { return ready() || m_service->state() == QProcess::NotRunning; }, START_TIMEOUT_MS) && ready())
-        || fail(QStringLiteral("talvox did not get ready (exit code %1): %2").arg(waitForExit(0)).arg(tail(serviceLog())));
+    return (QTest::qWaitFor([&] { return ready() || ended(m_service); }, START_TIMEOUT_MS) && ready())
+        || fail(QString("talvox did not get ready (exit code %1): %2").arg(waitForExit(0)).arg(tail(serviceLog())));
 }
 
 bool TestRig::checkSupported()
@@ -121,11 +110,9 @@ bool TestRig::checkSupported()
             if (QStandardPaths::findExecutable(tool).isEmpty())
                 return QStringLiteral("%1 is not installed (scripts/setup installs it)").arg(tool);
         }
-        for (const char* path : { TALVOX_RIG_RUNS_DIR, TALVOX_BIN }) {
-            const QString canonical = QFileInfo(QFileInfo(path).absolutePath()).canonicalFilePath();
-            if (canonical == "/tmp" || canonical.startsWith("/tmp/"))
-                return QStringLiteral("the build tree lies under /tmp, which talvox's namespace replaces: build elsewhere");
-        }
+        const QString build = QFileInfo(QFileInfo(TALVOX_RIG_RUNS_DIR).absolutePath()).canonicalFilePath();
+        if (build == "/tmp" || build.startsWith("/tmp/"))
+            return QStringLiteral("the build tree lies under /tmp, which talvox's namespace replaces");
         if (QProcess::execute("unshare", { "--mount", "--propagation", "private", "true" }) != 0)
             return QStringLiteral("unshare --mount is not permitted on this machine");
         return QString();
@@ -137,26 +124,23 @@ bool TestRig::checkSupported()
 
 bool TestRig::startBus()
 {
-    // One directory per rig of this test program, emptied at its start and
-    // kept afterwards for the logs of a failed test.
+    // One directory per rig of this test program, emptied first and kept for the logs.
     static int rigs = 0;
-    m_dir = QStringLiteral(TALVOX_RIG_RUNS_DIR "/%1-%2").arg(QCoreApplication::applicationName()).arg(++rigs);
+    m_dir = QString(TALVOX_RIG_RUNS_DIR "/%1-%2").arg(QCoreApplication::applicationName()).arg(++rigs);
     QDir(m_dir).removeRecursively();
-    if (!QDir().mkpath(m_dir))
-        return fail("cannot create " + m_dir);
-
     // An abstract socket has no file, so talvox reaches it whatever its namespace hides.
-    m_busName = QStringLiteral("talvox-rig-%1-%2").arg(getpid()).arg(rigs);
-    QFile config(m_dir + "/bus.conf");
+    m_busName = QString("talvox-rig-%1-%2").arg(getpid()).arg(rigs);
     const QString text = readText(TALVOX_SIM_ENV_DIR "/bus.conf.in");
-    if (text.isEmpty() || !config.open(QIODevice::WriteOnly)
+    QFile config(m_dir + "/bus.conf");
+    if (!QDir().mkpath(m_dir) || text.isEmpty() || !config.open(QIODevice::WriteOnly)
         || config.write(QString(text).replace("@LISTEN@", "unix:abstract=" + m_busName).toUtf8()) < 0)
-        return fail("cannot write " + config.fileName() + " from " TALVOX_SIM_ENV_DIR "/bus.conf.in");
+        return fail("cannot write " + config.fileName());
     config.close();
 
     m_bus = std::make_unique<ChildProcess>();
     m_bus->setStandardErrorFile(m_dir + "/bus.log");
-    m_bus->start("dbus-daemon", { "--config-file=" + config.fileName(), "--nofork", "--nopidfile", "--nosyslog", "--print-address" });
+    m_bus->start("dbus-daemon", { "--config-file=" + config.fileName(), "--nofork", "--nopidfile", "--nosyslog",
+                                  "--print-address" });
     // The daemon prints its address once it listens.
     while (!m_bus->canReadLine()) {
         if (!m_bus->waitForReadyRead(START_TIMEOUT_MS))
@@ -180,31 +164,26 @@ std::unique_ptr<QProcess> TestRig::spawn(const QString& log, const QStringList& 
     return process;
 }
 
-// ---- the serial line ------------------------------------------------------
-
 bool TestRig::openLine()
 {
     termios raw {};
     cfmakeraw(&raw);
     char name[128] = {};
     if (openpty(&m_master, &m_slave, name, &raw, nullptr) != 0)
-        return fail(QStringLiteral("openpty failed: %1").arg(std::strerror(errno)));
+        return fail("openpty failed: " + qt_error_string(errno));
     // Neither end leaks into the children. The slave stays open here so that
     // bytes written before the service opens it are kept.
-    tcsetattr(m_master, TCSANOW, &raw);
     fcntl(m_master, F_SETFD, FD_CLOEXEC);
     fcntl(m_slave, F_SETFD, FD_CLOEXEC);
     fcntl(m_master, F_SETFL, fcntl(m_master, F_GETFL) | O_NONBLOCK);
-    m_device = QString::fromLocal8Bit(name).remove(QStringLiteral("/dev/")); // "pts/N", as after "-d"
+    m_device = QString::fromLocal8Bit(name).remove("/dev/"); // "pts/N", as after "-d"
     return true;
 }
 
 void TestRig::hangUp()
 {
-    for (int fd : { m_master, m_slave }) {
-        if (fd >= 0)
-            ::close(fd);
-    }
+    for (int fd : { m_master, m_slave })
+        ::close(fd); // once closed, -1: EBADF, harmless
     m_master = m_slave = -1;
 }
 
@@ -212,10 +191,8 @@ QByteArray TestRig::frame(quint8 command, quint8 group, const QByteArray& data)
 {
     // The header announces length lo + length hi: up to 510 data bytes.
     const int size = data.size();
-    QByteArray bytes;
-    bytes.append(char(0x02)).append(char(command)).append(char(group));
-    bytes.append(char(qMin(size, 255))).append(char(qMax(size - 255, 0)));
-    return bytes.append(data).append(char(0x03));
+    const char header[] = { 0x02, char(command), char(group), char(qMin(size, 255)), char(qMax(size - 255, 0)) };
+    return QByteArray(header, 5).append(data).append(char(0x03));
 }
 
 void TestRig::write(const QByteArray& bytes)
@@ -230,8 +207,7 @@ void TestRig::write(const QByteArray& bytes)
     }
 }
 
-// Up to n bytes (n < 0: any number), waiting timeoutMs in all, or with
-// untilQuiet until the line has been quiet that long.
+// Up to n bytes (n < 0: any number), waiting timeoutMs in all, or with untilQuiet until the line is quiet that long.
 QByteArray TestRig::receive(int n, int timeoutMs, bool untilQuiet)
 {
     QByteArray bytes;
@@ -245,7 +221,8 @@ QByteArray TestRig::receive(int n, int timeoutMs, bool untilQuiet)
         if (ready <= 0 || !(in.revents & POLLIN))
             break;
         char buffer[512];
-        const ssize_t got = ::read(m_master, buffer, n < 0 ? sizeof buffer : std::min(sizeof buffer, size_t(n - bytes.size())));
+        const size_t wanted = n < 0 ? sizeof buffer : qMin(sizeof buffer, size_t(n - bytes.size()));
+        const ssize_t got = ::read(m_master, buffer, wanted);
         if (got > 0)
             bytes.append(buffer, int(got));
         else if (got == 0 || (errno != EAGAIN && errno != EINTR))
@@ -254,16 +231,11 @@ QByteArray TestRig::receive(int n, int timeoutMs, bool untilQuiet)
     return bytes;
 }
 
-bool TestRig::expectAck(int timeoutMs)
-{
-    const QByteArray answer = read(1, timeoutMs);
-    return answer == QByteArray(1, char(0x06)) || fail("expected ACK 06, got \"" + answer.toHex() + "\"");
-}
-
 bool TestRig::send(quint8 command, quint8 group, const QByteArray& data)
 {
     write(frame(command, group, data));
-    return expectAck();
+    const QByteArray answer = read(1);
+    return answer == QByteArray(1, char(0x06)) || fail("expected ACK 06, got \"" + answer.toHex() + "\"");
 }
 
 std::optional<RigReply> TestRig::readReply(int timeoutMs)
@@ -271,77 +243,48 @@ std::optional<RigReply> TestRig::readReply(int timeoutMs)
     QElapsedTimer timer;
     timer.start();
     const QByteArray header = read(5, timeoutMs);
-    if (header.size() < 5 || header.at(0) != 0x02) {
-        fail("expected a frame, got \"" + (header + readAll(50)).toHex() + "\"");
-        return std::nullopt;
-    }
-    const int size = quint8(header.at(3)) + quint8(header.at(4));
-    const QByteArray rest = read(size + 1, qMax(0, timeoutMs - int(timer.elapsed())));
+    const int size = header.size() < 5 ? -1 : quint8(header.at(3)) + quint8(header.at(4));
+    const int left = qMax(0, timeoutMs - int(timer.elapsed()));
+    const QByteArray rest = size < 0 || header.at(0) != 0x02 ? QByteArray() : read(size + 1, left);
     if (rest.size() != size + 1 || !rest.endsWith(char(0x03))) {
-        fail("incomplete frame \"" + (header + rest + readAll(50)).toHex() + "\"");
+        fail("expected a frame, got \"" + (header + rest + readAll(50)).toHex() + "\"");
         return std::nullopt;
     }
     return RigReply { quint8(header.at(1)), quint8(header.at(2)), rest.left(size) };
 }
 
-QByteArray TestRig::readReplyData(quint8 command, quint8 group, int timeoutMs)
-{
-    const std::optional<RigReply> reply = readReply(timeoutMs);
-    if (reply && (reply->command != command || reply->group != group))
-        fail(QStringLiteral("expected a reply %1/%2, got %3/%4 with data \"%5\"")
-                 .arg(command, 2, 16, QChar('0')).arg(group).arg(reply->command, 2, 16, QChar('0'))
-                 .arg(reply->group).arg(QString(reply->data.toHex())));
-    return reply && reply->command == command && reply->group == group ? reply->data : QByteArray();
-}
-
 QByteArray TestRig::query(quint8 command, quint8 group, const QByteArray& data, int timeoutMs)
 {
-    write(frame(command, group, data));
-    return expectAck(timeoutMs) ? readReplyData(command, group, timeoutMs) : QByteArray();
+    const std::optional<RigReply> reply = send(command, group, data) ? readReply(timeoutMs) : std::nullopt;
+    if (reply && reply->command == command && reply->group == group)
+        return reply->data;
+    if (reply)
+        fail(QString("expected a reply %1/%2, got %3/%4 with data \"%5\"").arg(command, 2, 16, QChar('0')).arg(group)
+                 .arg(reply->command, 2, 16, QChar('0')).arg(reply->group).arg(QString(reply->data.toHex())));
+    return QByteArray();
 }
 
-// ---- the simulator --------------------------------------------------------
-
-bool TestRig::simCall(const QString& method, const QVariantList& args, QVariantList* results)
+std::optional<QVariantList> TestRig::simCall(const QString& method, const QVariantList& args)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(SIMULATOR, "/control", "local.talvox.simulator.control", method);
     call.setArguments(args);
     const QDBusMessage reply = QDBusConnection(m_busName).call(call, QDBus::Block, 5000);
-    if (reply.type() != QDBusMessage::ReplyMessage)
-        return fail("simulator " + method + ": " + reply.errorMessage());
-    if (results)
-        *results = reply.arguments();
-    return true;
-}
-
-QVariantList TestRig::sim(const QString& method, const QVariantList& args)
-{
-    QVariantList results;
-    simCall(method, args, &results);
-    return results;
+    if (reply.type() == QDBusMessage::ReplyMessage)
+        return reply.arguments();
+    fail("simulator " + method + ": " + reply.errorMessage());
+    return std::nullopt;
 }
 
 bool TestRig::waitForCall(const QString& prefix, int timeoutMs)
 {
-    const auto arrived = [&] {
-        const QStringList received = calls();
-        return std::any_of(received.begin(), received.end(), [&](const QString& call) { return call.startsWith(prefix); });
-    };
+    const auto arrived = [&] { return ("\n" + calls().join('\n')).contains("\n" + prefix); };
     return QTest::qWaitFor(arrived, timeoutMs) || fail("no call \"" + prefix + "\" in: " + calls().join("; "));
-}
-
-bool TestRig::emitSignal(const QString& name, const QVariantList& args)
-{
-    // A QVariantList goes out as "av", each argument a variant of its own type.
-    return sim("emit_signal", { name, QVariant(args) }).value(0).toBool();
 }
 
 void TestRig::setValue(const QString& name, const QVariant& value)
 {
     sim("set_value", { name, QVariant::fromValue(QDBusVariant(value)) });
 }
-
-// ---- the service ----------------------------------------------------------
 
 QString TestRig::serviceLog() const { return readText(m_dir + "/talvox.log"); }
 
@@ -351,9 +294,15 @@ bool TestRig::waitForLog(const QString& text, int timeoutMs)
         || fail("\"" + text + "\" not in the log: " + tail(serviceLog()));
 }
 
-QStringList TestRig::standinCalls() const
+QStringList TestRig::standinCalls() const { return readText(m_dir + "/standin.log").split('\n', Qt::SkipEmptyParts); }
+
+qint64 TestRig::serviceProcValue(const QString& file, const QString& key) const
 {
-    return readText(m_dir + "/standin.log").split('\n', Qt::SkipEmptyParts);
+    for (const QString& line : readText(QString("/proc/%1/%2").arg(servicePid()).arg(file)).split('\n')) {
+        if (line.startsWith(key))
+            return line.mid(key.size()).simplified().section(' ', 0, 0).toLongLong();
+    }
+    return -1;
 }
 
 int TestRig::waitForExit(int timeoutMs)

@@ -1,37 +1,24 @@
 #ifndef TESTRIG_H
 #define TESTRIG_H
 
-#include <QByteArray>
 #include <QDBusConnection>
 #include <QProcess>
-#include <QString>
 #include <QStringList>
 #include <QVariant>
 
 #include <memory>
 #include <optional>
 
-// What the rig sets up before the service starts.
-struct RigOptions {
-    QString locale;        // the simulator's locale; empty: its default "de_DE"
-    int screenWidth = 0;   // overlay columns; 0: the simulator's default (40)
-    int screenCount = 0;   // overlay lines; 0: the simulator's default (16)
-    QStringList extraArgs; // appended to talvox's "-d pts/N -l 7"
-};
-
+// The simulator's locale ("": de_DE), overlay columns and lines (0: 40 x 16), talvox's arguments after "-d pts/N -l 7".
+struct RigOptions { QString locale; int screenWidth = 0; int screenCount = 0; QStringList extraArgs = {}; };
 // One frame as the service sent it.
-struct RigReply {
-    quint8 command = 0;
-    quint8 group = 0;
-    QByteArray data;
-};
+struct RigReply { quint8 command = 0; quint8 group = 0; QByteArray data; };
 
-// The end-to-end rig: a private system bus, the simulator of the sibling
-// services on it, and the real talvox on a pty (the PC's end is the rig's), in
-// a private mount namespace where /tmp and the lock directory are the rig's
-// own and date and hwclock only record their arguments. The destructor stops
-// everything, also when a test fails half way; the run directory with the
-// logs stays in the build tree.
+// The end-to-end rig: a private system bus with the simulator of the sibling
+// services, and the real talvox on a pty whose PC end is the rig's, in a
+// private mount namespace (its own /tmp and lock directory; date and hwclock
+// only record their arguments). The destructor stops everything; the run
+// directory with the logs stays in the build tree.
 class TestRig
 {
 public:
@@ -52,25 +39,28 @@ public:
     QByteArray read(int n, int timeoutMs = 2000) { return receive(n, timeoutMs, false); }
     // Everything that arrives until the line has been quiet for quietMs.
     QByteArray readAll(int quietMs = 100) { return receive(-1, quietMs, true); }
-    bool expectAck(int timeoutMs = 2000);
     // Writes a frame and expects its ACK.
     bool send(quint8 command, quint8 group, const QByteArray& data = {});
     std::optional<RigReply> readReply(int timeoutMs = 2000);
-    // The data of the next frame if it carries these ids; empty otherwise
-    // (lastError() tells what came instead).
-    QByteArray readReplyData(quint8 command, quint8 group, int timeoutMs = 2000);
-    // send() and readReplyData() with the same ids.
+    // send(), then the data of the reply with the same ids; empty otherwise (lastError() tells why).
     QByteArray query(quint8 command, quint8 group, const QByteArray& data = {}, int timeoutMs = 2000);
     // Closes the PC's end: the service sees the line hang up.
     void hangUp();
 
     // The simulator's control interface.
-    QVariantList sim(const QString& method, const QVariantList& args = {});
+    QVariantList sim(const QString& method, const QVariantList& args = {})
+    {
+        return simCall(method, args).value_or(QVariantList());
+    }
     QStringList calls() { return sim("calls").value(0).toStringList(); }
     void clearCalls() { sim("clear_calls"); }
     // Settings go out without a reply: wait until the call has arrived.
     bool waitForCall(const QString& prefix, int timeoutMs = 2000);
-    bool emitSignal(const QString& name, const QVariantList& args = {});
+    // A QVariantList goes out as "av", each argument a variant of its own type.
+    bool emitSignal(const QString& name, const QVariantList& args = {})
+    {
+        return sim("emit_signal", { name, QVariant(args) }).value(0).toBool();
+    }
     void setValue(const QString& name, const QVariant& value);
     QString screen() { return sim("screen").value(0).toString(); }
 
@@ -82,6 +72,8 @@ public:
     // The exit code; -1 while it still runs, 256 after a crash or a signal.
     int waitForExit(int timeoutMs = 2000);
     qint64 servicePid() const { return m_service ? m_service->processId() : 0; }
+    // The number after `key` in the service's /proc/PID/`file`, e.g. ("io", "rchar:"); -1 if absent.
+    qint64 serviceProcValue(const QString& file, const QString& key) const;
     // The service's lock file for this line, seen from the host.
     QString lockFilePath() const { return m_dir + "/tmp/tvx-" + m_device + ".lock"; }
 
@@ -91,24 +83,16 @@ private:
     bool startBus();
     bool openLine();
     std::unique_ptr<QProcess> spawn(const QString& log, const QStringList& command);
-    bool simCall(const QString& method, const QVariantList& args, QVariantList* results = nullptr);
+    std::optional<QVariantList> simCall(const QString& method, const QVariantList& args);
     QByteArray receive(int n, int timeoutMs, bool untilQuiet);
 
-    QString m_dir;
-    QString m_error;
+    QString m_dir, m_error, m_busName, m_busAddress, m_device;
     bool m_unsupported = false;
-    QString m_busName;
-    QString m_busAddress;
-    std::unique_ptr<QProcess> m_bus;
-    std::unique_ptr<QProcess> m_simulator;
-    std::unique_ptr<QProcess> m_service;
-    int m_master = -1;
-    int m_slave = -1;
-    QString m_device;
+    std::unique_ptr<QProcess> m_bus, m_simulator, m_service;
+    int m_master = -1, m_slave = -1; // the PC's end of the line, and the service's kept open until it opens it
 };
 
-// Starts the rig in a QtTest function: skips where the machine cannot host
-// it, fails on any other start-up failure.
+// Starts the rig in a QtTest function: skips where the machine cannot host it, fails otherwise.
 #define TALVOX_RIG_START(rig, ...)                                                                  \
     do {                                                                                           \
         if (!(rig).start(__VA_ARGS__)) {                                                           \
