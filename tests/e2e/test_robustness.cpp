@@ -38,17 +38,18 @@ class TestRobustness : public QObject
 
     TestRig m_rig;
 
-    // Writes in slices and drains the answers as a PC would, so neither side of the pty fills up.
-    void storm(const QByteArray& bytes)
+    // Writes in slices and drains the answers as a PC would, so neither side of the pty fills up,
+    // then waits until the service has handled every byte of it.
+    bool storm(const QByteArray& bytes)
     {
         for (int offset = 0; offset < bytes.size(); offset += 2048) {
             m_rig.write(bytes.mid(offset, 2048));
-            m_rig.readAll(5);
+            m_rig.readAvailable();
         }
         // Zeros end any frame left open: they fill its data (at most 510 bytes), the
         // first where 0x03 is due is refused, and they are ignored while idle.
         m_rig.write(QByteArray(600, '\0'));
-        m_rig.readAll(300);
+        return m_rig.sync();
     }
 
 private slots:
@@ -59,15 +60,15 @@ private slots:
         QRandomGenerator random(20261122);
         // Locale codec: printable noise is typed on the character screen.
         QVERIFY(m_rig.send(0x01, 2, QByteArray(1, 0)));
-        storm(noiseWithFrames(random, 3000));
+        QVERIFY2(storm(noiseWithFrames(random, 3000)), qPrintable(m_rig.lastError()));
         QVERIFY(m_rig.send(0x88, 0));
 
         // UTF-8: typed characters are ignored, so the noise exercises receiver and dispatch at full speed.
         QVERIFY(m_rig.send(0x01, 2, QByteArray(1, 1)));
-        storm(noiseWithFrames(random, 20000));
+        QVERIFY2(storm(noiseWithFrames(random, 20000)), qPrintable(m_rig.lastError()));
         const qint64 before = m_rig.serviceProcValue("status", "VmRSS:"); // resident memory in KiB
         QVERIFY(before > 0);
-        storm(noiseWithFrames(random, 60000));
+        QVERIFY2(storm(noiseWithFrames(random, 60000)), qPrintable(m_rig.lastError()));
         QCOMPARE(m_rig.waitForExit(0), -1);
         const qint64 after = m_rig.serviceProcValue("status", "VmRSS:");
         qInfo("resident memory: %lld KiB after warm-up, %lld KiB after 60000 more bytes", before, after);

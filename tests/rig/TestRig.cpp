@@ -12,6 +12,7 @@
 #include <QTest>
 
 #include <cerrno>
+#include <cstring>
 #include <csignal>
 #include <fcntl.h>
 #include <poll.h>
@@ -207,15 +208,15 @@ void TestRig::write(const QByteArray& bytes)
     }
 }
 
-// Up to n bytes (n < 0: any number), waiting timeoutMs in all, or with untilQuiet until the line is quiet that long.
-QByteArray TestRig::receive(int n, int timeoutMs, bool untilQuiet)
+// Up to n bytes (n < 0: any number) within timeoutMs; with n < 0 only what has already arrived.
+QByteArray TestRig::receive(int n, int timeoutMs)
 {
     QByteArray bytes;
     QElapsedTimer timer;
     timer.start();
     while (m_master >= 0 && (n < 0 || bytes.size() < n)) {
         pollfd in { m_master, POLLIN, 0 };
-        const int ready = poll(&in, 1, untilQuiet ? timeoutMs : qMax(0, timeoutMs - int(timer.elapsed())));
+        const int ready = poll(&in, 1, n < 0 ? 0 : qMax(0, timeoutMs - int(timer.elapsed())));
         if (ready < 0 && errno == EINTR)
             continue;
         if (ready <= 0 || !(in.revents & POLLIN))
@@ -229,6 +230,59 @@ QByteArray TestRig::receive(int n, int timeoutMs, bool untilQuiet)
             break;
     }
     return bytes;
+}
+
+namespace {
+// Where the ACK and reply to a probe query `command` start, if they end `bytes`; -1 otherwise.
+int probeAnswerAt(const QByteArray& bytes, quint8 command)
+{
+    const char marker[] = { 0x06, 0x02, char(command), 0x01 };
+    // A reply carries at most 510 data bytes: look no further back than that.
+    for (int at = bytes.size() - 7; at >= 0 && at >= bytes.size() - 517; --at) {
+        if (memcmp(bytes.constData() + at, marker, sizeof marker) == 0
+            && at + 7 + quint8(bytes.at(at + 4)) + quint8(bytes.at(at + 5)) == bytes.size() && bytes.endsWith(0x03))
+            return at;
+    }
+    return -1;
+}
+}
+
+bool TestRig::sync(QByteArray* before, int timeoutMs)
+{
+    // The software id first. A refused byte costs the rest of the read it came in, so after noise
+    // that probe may be lost: then the software version follows it. Whether the first was lost or
+    // only slow, once the second is answered nothing of either is still on its way.
+    const quint8 probes[] = { 0xFF, 0xFE };
+    const int firstWaitMs = 1000;
+    QByteArray bytes;
+    QElapsedTimer timer;
+    timer.start();
+    for (int probe = 0; probe < 2; ++probe) {
+        write(frame(probes[probe], 1));
+        const int deadline = probe == 0 ? qMin(firstWaitMs, timeoutMs) : timeoutMs;
+        for (int at = -1; at < 0;) {
+            const QByteArray got = read(1, deadline - int(timer.elapsed()));
+            if (got.isEmpty())
+                break;
+            bytes += got + readAvailable();
+            if ((at = probeAnswerAt(bytes, probes[probe])) < 0)
+                continue;
+            bytes.truncate(at);
+            // The first probe, answered late, just ahead of the second.
+            if (probe == 1 && (at = probeAnswerAt(bytes, probes[0])) >= 0)
+                bytes.truncate(at);
+            if (before)
+                *before = bytes;
+            return true;
+        }
+    }
+    return fail("no answer to the probe queries, got \"" + bytes.right(64).toHex() + "\"");
+}
+
+bool TestRig::nothingMore()
+{
+    QByteArray before;
+    return sync(&before) && (before.isEmpty() || fail("unexpected bytes on the line: " + before.toHex()));
 }
 
 bool TestRig::send(quint8 command, quint8 group, const QByteArray& data)
@@ -247,7 +301,7 @@ std::optional<RigReply> TestRig::readReply(int timeoutMs)
     const int left = qMax(0, timeoutMs - int(timer.elapsed()));
     const QByteArray rest = size < 0 || header.at(0) != 0x02 ? QByteArray() : read(size + 1, left);
     if (rest.size() != size + 1 || !rest.endsWith(char(0x03))) {
-        fail("expected a frame, got \"" + (header + rest + readAll(50)).toHex() + "\"");
+        fail("expected a frame, got \"" + (header + rest + readAvailable()).toHex() + "\"");
         return std::nullopt;
     }
     return RigReply { quint8(header.at(1)), quint8(header.at(2)), rest.left(size) };

@@ -36,9 +36,15 @@ public:
     static QByteArray frame(quint8 command, quint8 group, const QByteArray& data = {});
     void write(const QByteArray& bytes);
     // Exactly n bytes, or fewer if the time-out passes first.
-    QByteArray read(int n, int timeoutMs = 2000) { return receive(n, timeoutMs, false); }
-    // Everything that arrives until the line has been quiet for quietMs.
-    QByteArray readAll(int quietMs = 100) { return receive(-1, quietMs, true); }
+    QByteArray read(int n, int timeoutMs = 2000) { return receive(n, timeoutMs); }
+    // What has arrived so far, without waiting.
+    QByteArray readAvailable() { return receive(-1, 0); }
+    // The barrier: sends a probe query (the software id) and waits for its ACK and reply. As the
+    // service handles frames in order, the answer proves that everything written before it has
+    // been handled. `before` gets the bytes that came ahead of the answer.
+    bool sync(QByteArray* before = nullptr, int timeoutMs = 5000);
+    // sync(), and nothing came ahead of the probe's answer.
+    bool nothingMore();
     // Writes a frame and expects its ACK.
     bool send(quint8 command, quint8 group, const QByteArray& data = {});
     std::optional<RigReply> readReply(int timeoutMs = 2000);
@@ -84,7 +90,7 @@ private:
     bool openLine();
     std::unique_ptr<QProcess> spawn(const QString& log, const QStringList& command);
     std::optional<QVariantList> simCall(const QString& method, const QVariantList& args);
-    QByteArray receive(int n, int timeoutMs, bool untilQuiet);
+    QByteArray receive(int n, int timeoutMs);
 
     QString m_dir, m_error, m_busName, m_busAddress, m_device;
     bool m_unsupported = false;
