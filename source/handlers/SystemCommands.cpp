@@ -166,20 +166,29 @@ void RS232Handler::fh_set_date_time(RS232Message& message)
     QDate date = QDate::currentDate();
     QTime time = QTime::currentTime();
 
-    // Bytes that do not form a date give an invalid one, whose pieces below
-    // are empty; the command is run all the same. Only formatted numbers
-    // ever reach the shell.
     if (message.get_command_id() == CMD_DATE) {
         const QString text = datePiece(data, 2) + datePiece(data, 3) + "-" + datePiece(data, 1) + "-"
                              + datePiece(data, 0);
         date = QDate::fromString(text, "yyyy-MM-dd");
+        if (!date.isValid()) {
+            TVX_LOG(CEventLogger::LOG_LEVEL_ERROR, "RS232Handler::fh_set_date_time: invalid date \"" + text + "\" ignored");
+            return;
+        }
     } else if (message.get_command_id() == CMD_TIME) {
         const QString text = datePiece(data, 0) + ":" + datePiece(data, 1) + ":" + datePiece(data, 2);
         time = QTime::fromString(text, "hh:mm:ss");
+        if (!time.isValid()) {
+            TVX_LOG(CEventLogger::LOG_LEVEL_ERROR, "RS232Handler::fh_set_date_time: invalid time \"" + text + "\" ignored");
+            return;
+        }
     }
 
-    runShell("/bin/date " + date.toString("MMdd") + time.toString("HHmm") + date.toString("yyyy")
-             + time.toString(".ss"));
+    // A date or time that is not one never reaches the clock: with a piece
+    // missing, date would read the rest as another format. The digits are
+    // the C locale's, whatever the process's locale writes digits as.
+    const QLocale digits = QLocale::c();
+    runShell("/bin/date " + digits.toString(date, "MMdd") + digits.toString(time, "HHmm")
+             + digits.toString(date, "yyyy") + digits.toString(time, ".ss"));
     // The hardware clock is kept in UTC.
     runShell("/sbin/hwclock -w -u");
 }

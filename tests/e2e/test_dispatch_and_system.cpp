@@ -25,10 +25,11 @@ class TestDispatchAndSystem : public QObject
     float meterCounter1() { return RS232Message::bytearray_to_float(rig.query(0x30, QUERY)); }
 
 private slots:
-    // A locale with non-Latin letters: its codec differs from UTF-8 and Latin-1.
+    // A locale with non-Latin letters: its codec differs from UTF-8 and Latin-1. The process's own
+    // locale writes digits of its own, which must reach neither the line nor the date command.
     void initTestCase()
     {
-        TALVOX_RIG_START(rig, RigOptions { "ru_RU" });
+        TALVOX_RIG_START(rig, RigOptions { "ru_RU", 0, 0, {}, { "LC_ALL=ar_EG.UTF-8" } });
         const QByteArray text = "\x03" + QStringLiteral("Жť€ș").toUtf8();
         QVERIFY(setSelector(hex("01")) && rig.send(0x90, SETTING, text) && setSelector(hex("00")));
     }
@@ -119,9 +120,12 @@ private slots:
         QTest::addColumn<QByteArray>("request");
         QTest::addColumn<QString>("argument");
         QTest::newRow("year 2100") << 0x40 << hex("01011500") << "'0101'HHmm'2100'.ss";
-        QTest::newRow("month 13") << 0x40 << hex("0c0d1414") << "HHmm.ss";
         QTest::newRow("14:30:05") << 0x50 << hex("0e1e05") << "MMdd'1430'yyyy'.05'";
-        QTest::newRow("one time byte") << 0x50 << hex("09") << "MMddyyyy";
+        // What is no date or time never reaches the clock: date would read the rest in another format.
+        QTest::newRow("month 13") << 0x40 << hex("0c0d1414") << QString();
+        QTest::newRow("no year byte") << 0x40 << hex("0c0514") << QString();
+        QTest::newRow("no seconds byte") << 0x50 << hex("0a1e") << QString();
+        QTest::newRow("24:00:00") << 0x50 << hex("180000") << QString();
     }
     void clockSettings()
     {
@@ -133,6 +137,11 @@ private slots:
         QVERIFY(rig.send(quint8(command), SETTING, request) && settled());
         const QDateTime after = QDateTime::currentDateTime();
         const QStringList ran = rig.standinCalls().mid(known);
+        if (argument.isEmpty()) {
+            QCOMPARE(ran, QStringList());
+            QVERIFY(rig.waitForLog(" ignored\n"));
+            return;
+        }
         QCOMPARE(ran.size(), 2);
         QVERIFY2(ran.at(0) == "date " + before.toString(argument) || ran.at(0) == "date " + after.toString(argument),
                  qPrintable(ran.at(0)));
