@@ -7,6 +7,8 @@
 #include <QRegularExpression>
 #include <QtTest>
 
+#include <csignal>
+#include <sys/file.h>
 #include <unistd.h>
 
 class TestStartup : public QObject
@@ -17,24 +19,31 @@ private slots:
     void earlyExits_data()
     {
         QTest::addColumn<QStringList>("args");
-        QTest::addColumn<QString>("heldLock"); // a lock file left by another instance
+        QTest::addColumn<QString>("heldLock"); // a lock file held by a live instance (this test)
+        QTest::addColumn<QString>("staleLock"); // a lock file left by an instance that died
         QTest::addColumn<int>("exitCode");
         QTest::addColumn<QByteArray>("logged");
         QTest::addColumn<QByteArray>("notLogged");
         QTest::addColumn<QString>("console"); // standard output without its colours
 
         QTest::newRow("default device's lock held, before any log line")
-            << QStringList{"-l", "7"} << "tvx-ttyUSB0.lock" << 1 << QByteArray("another instance is running\n")
+            << QStringList{"-l", "7"} << "tvx-ttyUSB0.lock" << "" << 1 << QByteArray("another instance is running\n")
             << QByteArray("start initialize RS232") << "";
-        QTest::newRow("missing device") << QStringList{"-d", "xyz", "-l", "3"} << "" << 8
+        QTest::newRow("stale lock: taken over") << QStringList{"-d", "xyz", "-l", "5"} << "" << "tvx-xyz.lock" << 8
+                                                << QByteArray("]: start initialize RS232\n") << QByteArray("another")
+                                                << "";
+        QTest::newRow("missing device") << QStringList{"-d", "xyz", "-l", "3"} << "" << "" << 8
                                         << QByteArray("]: interface /dev/xyz doesn't exists!\n")
                                         << QByteArray("start initialize RS232") << "";
+        QTest::newRow("device that is no serial port")
+            << QStringList{"-d", "null", "-l", "3"} << "" << "" << 2
+            << QByteArray("]: cannot open /dev/null: ") << QByteArray("result: OK") << "";
         QTest::newRow("last -d wins, plain arguments ignored")
-            << QStringList{"plain", "-d", "abc", "other", "-d", "xyz", "-l", "5"} << "" << 8
+            << QStringList{"plain", "-d", "abc", "other", "-d", "xyz", "-l", "5"} << "" << "" << 8
             << QByteArray("]: start initialize RS232\n") << QByteArray("/dev/abc") << "";
         // The slashes go into the lock file's name, whose directory does not exist.
         const QString file = "Filename: /tmp/tvx-/dev/ttyS1.lock";
-        QTest::newRow("device as a path") << QStringList{"-d", "/dev/ttyS1", "-l", "7"} << "" << 1
+        QTest::newRow("device as a path") << QStringList{"-d", "/dev/ttyS1", "-l", "7"} << "" << "" << 1
                                           << QByteArray("error on .lock-file creation\n") << QByteArray("]:")
                                           << "<talvox.cpp          > [?] (lock_start                ): "
                                                  + file.leftJustified(74, '.') + "------\n";
@@ -44,6 +53,7 @@ private slots:
     {
         QFETCH(QStringList, args);
         QFETCH(QString, heldLock);
+        QFETCH(QString, staleLock);
         QFETCH(QByteArray, logged);
         QFETCH(QByteArray, notLogged);
         if (geteuid() != 0)
@@ -52,9 +62,12 @@ private slots:
         const QString dir = TALVOX_TEST_RUNS_DIR "/startup-" + QString::number(++runs);
         QDir(dir).removeRecursively();
         QDir().mkpath(dir + "/tmp");
+        QFile stale(dir + "/tmp/" + staleLock);
+        QVERIFY(staleLock.isEmpty() || (stale.open(QIODevice::WriteOnly) && stale.write("4711\n") > 0));
+        stale.close();
         QFile lock(dir + "/tmp/" + heldLock);
-        QVERIFY(heldLock.isEmpty() || (lock.open(QIODevice::WriteOnly) && lock.write("held by pid 4711") > 0));
-        lock.close();
+        QVERIFY(heldLock.isEmpty() || (lock.open(QIODevice::ReadWrite) && lock.write("held by pid 4711") > 0));
+        QVERIFY(heldLock.isEmpty() || flock(lock.handle(), LOCK_EX | LOCK_NB) == 0);
 
         QProcess talvox;
         talvox.start("sh", QStringList{QFINDTESTDATA("../../sim-env/run-isolated"), dir, TALVOX_BINARY} + args);
@@ -65,9 +78,44 @@ private slots:
         const QString out = QString::fromLatin1(talvox.readAllStandardOutput());
         QTEST(QString(out).remove(QRegularExpression("\x1b\\[[0-9;]*m")), "console");
 
-        // Exit 1 leaves another instance's lock as it was; exit 8 removes its own.
+        // Exit 1 leaves another instance's lock as it was; other exits remove their own.
         QCOMPARE(QDir(dir + "/tmp").entryList(QDir::Files), heldLock.isEmpty() ? QStringList() : QStringList{heldLock});
-        QVERIFY(heldLock.isEmpty() || (lock.open(QIODevice::ReadOnly) && lock.readAll() == "held by pid 4711"));
+        QVERIFY(heldLock.isEmpty() || (lock.seek(0) && lock.readAll() == "held by pid 4711"));
+    }
+
+    // A termination signal ends the service through its event loop: exit 0, lock file removed.
+    void signalsEndInOrder_data()
+    {
+        QTest::addColumn<int>("signal");
+        QTest::newRow("SIGTERM") << SIGTERM;
+        QTest::newRow("SIGINT") << SIGINT;
+        QTest::newRow("SIGHUP") << SIGHUP;
+    }
+    void signalsEndInOrder()
+    {
+        QFETCH(int, signal);
+        TestRig rig;
+        TALVOX_RIG_START(rig);
+        QVERIFY(QFile::exists(rig.lockFilePath()));
+        rig.signalService(signal);
+        QCOMPARE(rig.waitForExit(5000), 0);
+        QVERIFY(!QFile::exists(rig.lockFilePath()));
+        QVERIFY(rig.serviceLog().contains(QString("]: received signal %1 (").arg(signal)));
+    }
+
+    // A killed instance leaves its lock file behind, holding its pid; the next start takes it over.
+    void killedInstanceDoesNotBlockTheNext()
+    {
+        TestRig rig;
+        TALVOX_RIG_START(rig);
+        QFile lock(rig.lockFilePath());
+        QVERIFY(lock.open(QIODevice::ReadOnly));
+        QCOMPARE(lock.readAll(), QByteArray::number(rig.servicePid()) + "\n");
+        rig.signalService(SIGKILL);
+        QCOMPARE(rig.waitForExit(5000), 256);
+        QVERIFY(QFile::exists(rig.lockFilePath()));
+        QVERIFY2(rig.startService(), qPrintable(rig.lastError()));
+        QVERIFY(rig.send(0x05, 1));
     }
 
     // The baud option is read ("fast" gives 0) and never applied: the service comes up and the line works.
