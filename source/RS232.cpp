@@ -6,6 +6,11 @@
 
 #include <QFile>
 #include <QMutex>
+#include <QSocketNotifier>
+
+#include <cerrno>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 RS232* RS232::_instance = nullptr;
 
@@ -24,6 +29,9 @@ RS232* RS232::instance()
 RS232::RS232()
 {
     qInstallMessageHandler(msgHandler);
+    m_frameSilence.setSingleShot(true);
+    m_frameSilence.setInterval(FRAME_SILENCE_MS);
+    connect(&m_frameSilence, &QTimer::timeout, this, &RS232::on_frame_silence);
 }
 
 int RS232::init(QString device, int baud)
@@ -39,8 +47,7 @@ int RS232::configure_rs232_interface(QString device, int baud, int databits, QSt
     Q_UNUSED(parity);
     Q_UNUSED(stopbits);
 
-    if (port.isOpen())
-        port.close();
+    close();
     disconnect(&port, nullptr, this, nullptr);
 
     if (!device.startsWith('/'))
@@ -55,14 +62,32 @@ int RS232::configure_rs232_interface(QString device, int baud, int databits, QSt
     port.setDataBits(QSerialPort::Data8);
     port.setParity(QSerialPort::NoParity);
     port.setStopBits(QSerialPort::OneStop);
-    const bool opened = port.open(QIODevice::ReadWrite);
+    // Opening also applies the settings: a file that is no terminal fails here.
+    if (!port.open(QIODevice::ReadWrite)) {
+        TVX_LOG(CEventLogger::LOG_LEVEL_ERROR, "cannot open " + device + ": " + port.errorString());
+        return 0;
+    }
 
     // readyRead is the read notifier; a read or resource error is what a
     // vanished device or a hung-up PC side looks like on this port class.
+    // Writes bypass the port class (write_to_line), so its errors are the
+    // read side's only.
     connect(&port, &QSerialPort::readyRead, this, [this] { receive_rs232_message(0); });
     connect(&port, &QSerialPort::errorOccurred, this, &RS232::on_port_error);
+    m_pWriteNotifier = new QSocketNotifier(port.handle(), QSocketNotifier::Write, this);
+    m_pWriteNotifier->setEnabled(false);
+    connect(m_pWriteNotifier, &QSocketNotifier::activated, this, &RS232::on_writable);
+    return 1;
+}
 
-    return opened ? 1 : 0;
+void RS232::close()
+{
+    delete m_pWriteNotifier;
+    m_pWriteNotifier = nullptr;
+    m_baPending.clear();
+    m_frameSilence.stop();
+    if (port.isOpen())
+        port.close();
 }
 
 void RS232::receive_rs232_message(int)
@@ -78,6 +103,12 @@ void RS232::receive_rs232_message(int)
         line_lost();
 
     process_chunk(chunk);
+    // An open frame must go on arriving; one left half sent must not hold
+    // back every frame after it.
+    if (receiver.state() != 0)
+        m_frameSilence.start();
+    else
+        m_frameSilence.stop();
     receiveLock.unlock();
 }
 
@@ -114,6 +145,22 @@ void RS232::process_chunk(const QByteArray& chunk)
     }
 }
 
+void RS232::on_frame_silence()
+{
+    // Bytes already waiting were delayed by a slow handler, not by the PC:
+    // they are read first and restart the wait.
+    int waiting = 0;
+    if (port.bytesAvailable() > 0 || (::ioctl(port.handle(), FIONREAD, &waiting) == 0 && waiting > 0)) {
+        m_frameSilence.start();
+        return;
+    }
+    TVX_LOG(CEventLogger::LOG_LEVEL_EMERGENCY,
+            QString("RS232::receive_rs232_message: incomplete frame dropped after %1 ms of silence: ")
+                    .arg(FRAME_SILENCE_MS)
+                + receiver.message().toStr());
+    receiver.reset();
+}
+
 void RS232::on_port_error(QSerialPort::SerialPortError error)
 {
     if (error == QSerialPort::ReadError || error == QSerialPort::ResourceError)
@@ -140,6 +187,14 @@ void RS232::nack()
 
 void RS232::send_message(RS232Message* message)
 {
+    // Longer data spreads its length over both bytes, up to what they can announce.
+    if (message->get_data_length() > RS232Message::MAX_SHORT_DATA_LENGTH) {
+        const int size = message->get_data_length();
+        if (!message->set_long_length())
+            TVX_LOG(CEventLogger::LOG_LEVEL_ERROR, QString("RS232::send_message: reply of %1 bytes cut to %2")
+                                                       .arg(size)
+                                                       .arg(RS232Message::MAX_DATA_LENGTH));
+    }
     if (!message->is_valid()) {
         TVX_LOG(CEventLogger::LOG_LEVEL_ERROR,
                 "RS232::send_message: RS232Message(" + message->toStr() + ") is not valid");
@@ -150,10 +205,59 @@ void RS232::send_message(RS232Message* message)
 
 void RS232::send_raw_data(const QByteArray& data)
 {
-    port.write(data);
-    port.flush();
+    write_to_line(data.constData(), data.size());
     if (CEventLogger::wouldLog(CEventLogger::LOG_LEVEL_DEBUG))
         TVX_LOG(CEventLogger::LOG_LEVEL_DEBUG, "RS232::send_raw_data: data:" + QString::fromLatin1(data.toHex()));
+}
+
+// Straight to the port when nothing is queued: one system call per ACK or
+// reply. What the line does not take now is queued and written when it is
+// writable; while the queue is full, whole writes are dropped, never part of
+// a frame. A failing write (the line hung up) is left to the read side, which
+// ends the service.
+void RS232::write_to_line(const char* bytes, int size)
+{
+    if (!port.isOpen() || size <= 0)
+        return;
+    int written = 0;
+    if (m_baPending.isEmpty()) {
+        ssize_t result;
+        do
+            result = ::write(port.handle(), bytes, size_t(size));
+        while (result < 0 && errno == EINTR);
+        if (result < 0 && errno != EAGAIN && errno != EWOULDBLOCK)
+            return;
+        written = result > 0 ? int(result) : 0;
+        if (written == size)
+            return;
+    }
+    if (m_baPending.size() >= MAX_PENDING_OUTPUT) {
+        if (!m_bDropLogged)
+            TVX_LOG(CEventLogger::LOG_LEVEL_ERROR,
+                    "RS232::send_raw_data: the PC does not read the line, output is dropped until it does");
+        m_bDropLogged = true;
+        return;
+    }
+    m_baPending.append(bytes + written, size - written);
+    m_pWriteNotifier->setEnabled(true);
+}
+
+void RS232::on_writable()
+{
+    ssize_t result;
+    do
+        result = ::write(port.handle(), m_baPending.constData(), size_t(m_baPending.size()));
+    while (result < 0 && errno == EINTR);
+    if (result > 0)
+        m_baPending.remove(0, int(result));
+    else if (result < 0 && errno != EAGAIN && errno != EWOULDBLOCK)
+        m_baPending.clear();
+    if (m_baPending.isEmpty()) {
+        m_pWriteNotifier->setEnabled(false);
+        if (m_bDropLogged)
+            TVX_LOG(CEventLogger::LOG_LEVEL_ERROR, "RS232::send_raw_data: the PC reads the line again");
+        m_bDropLogged = false;
+    }
 }
 
 int RS232::handle_message(RS232Message& message)

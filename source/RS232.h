@@ -4,9 +4,14 @@
 #include "RS232Message.h"
 #include "RS232Receiver.h"
 
+#include <QByteArray>
+#include <QElapsedTimer>
 #include <QObject>
 #include <QSerialPort>
 #include <QString>
+#include <QTimer>
+
+class QSocketNotifier;
 
 // The serial link to the PC: one process-wide instance that owns the port,
 // turns the incoming bytes into frames, answers each with ACK or NAK, hands
@@ -16,10 +21,20 @@ class RS232 : public QObject
     Q_OBJECT
 
 public:
+    // A frame that stays incomplete this long is dropped. A sender pauses
+    // only between frames: at 9600 baud a byte takes 1.04 ms, and even a USB
+    // adapter's latency timer holds bytes back for 16 ms at most.
+    static const int FRAME_SILENCE_MS = 500;
+    // Output the PC has not read yet, kept while the line is blocked; beyond
+    // it whole writes are dropped (the line has no flow control). About four
+    // seconds of the line at 9600 baud.
+    static const int MAX_PENDING_OUTPUT = 4096;
+
     static RS232* instance();
 
     int init(QString device, int baud);
     int configure_rs232_interface(QString device, int baud, int databits, QString parity, int stopbits);
+    void close();
 
     void ack();
     void nack();
@@ -34,15 +49,24 @@ public slots:
 
 private slots:
     void on_port_error(QSerialPort::SerialPortError error);
+    void on_writable();
+    void on_frame_silence();
 
 private:
     RS232();
     void process_chunk(const QByteArray& chunk);
+    void write_to_line(const char* bytes, int size);
     [[noreturn]] void line_lost();
 
     QSerialPort port;
     RS232Receiver receiver;
     QString device;
+    // Output waiting for the line to take it, and whether a drop was logged.
+    QByteArray m_baPending;
+    bool m_bDropLogged = false;
+    QSocketNotifier* m_pWriteNotifier = nullptr;
+    // Runs while a frame is open; restarted by every read.
+    QTimer m_frameSilence;
 
     static RS232* _instance;
 };

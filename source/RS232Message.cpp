@@ -31,6 +31,16 @@ void RS232Message::set_data(const QByteArray& data)
     m_ucLengthLo = static_cast<unsigned char>(data.size() & 0xFF);
 }
 
+bool RS232Message::set_long_length()
+{
+    const bool fits = m_baData.size() <= MAX_DATA_LENGTH;
+    if (!fits)
+        m_baData.truncate(MAX_DATA_LENGTH);
+    m_ucLengthLo = static_cast<unsigned char>(qMin(m_baData.size(), MAX_SHORT_DATA_LENGTH));
+    m_ucLengthHi = static_cast<unsigned char>(m_baData.size() - m_ucLengthLo);
+    return fits;
+}
+
 void RS232Message::clear_data()
 {
     m_ucLengthHi = 0;

@@ -9,12 +9,17 @@
 //
 // The length the header announces is length lo + length hi (a sum, not a
 // 16-bit number), so a received frame carries 0 to 510 data bytes and a
-// message the program fills with set_data() is valid only up to 255 bytes.
+// message the program fills with set_data() is valid only up to 255 bytes;
+// set_long_length() announces longer data as the PC reads it.
 class RS232Message : public QObject
 {
     Q_OBJECT
 
 public:
+    // What length lo alone announces, and what lo + hi can announce at most.
+    static const int MAX_SHORT_DATA_LENGTH = 255;
+    static const int MAX_DATA_LENGTH = 510;
+
     RS232Message();
     RS232Message(const RS232Message& other);
     RS232Message& operator=(const RS232Message&) = delete;
@@ -40,6 +45,9 @@ public:
     // Room for the data a header announced: one allocation per frame.
     void reserve_data(int size) { m_baData.reserve(size); }
     void set_data(const QByteArray& data);
+    // Announces the data as length lo = 255 and length hi = the rest, cutting
+    // it to MAX_DATA_LENGTH first; false if it had to be cut.
+    bool set_long_length();
     void clear_data();
     void clear();
 

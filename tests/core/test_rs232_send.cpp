@@ -1,5 +1,5 @@
-// The sending half of the serial link on a pty: what goes out on the line for a reply, what is refused (never
-// more than 255 data bytes), and the log lines.
+// The sending half of the serial link on a pty: what goes out on the line for a reply (over 255 data bytes
+// as length lo 255 plus length hi, cut at 510), what is refused, and the log lines.
 #include "CEventLogger.h"
 #include "RS232.h"
 
@@ -41,6 +41,7 @@ private slots:
 
     void sendMessage_data()
     {
+        QTest::addColumn<int>("command");
         QTest::addColumn<QByteArray>("data");
         QTest::addColumn<QByteArray>("wire");
         QTest::addColumn<QByteArray>("log");
@@ -48,19 +49,25 @@ private slots:
         for (int i = 0; i < 255; ++i)
             full += char(i);
         const QByteArray wire = QByteArray::fromHex("02 98 01 ff 00") + full + '\x03';
-        QTest::newRow("255 data bytes") << full << wire << "]: RS232::send_raw_data: data:" + wire.toHex() + "\n";
-        const QByteArray invalid = QByteArray("0x1|").repeated(299) + "0x1) is not valid\n";
-        QTest::newRow("300 data bytes refused") << QByteArray(300, '\1') << QByteArray()
-                                                << "]: RS232::send_message: RS232Message(0x98|0x1|0x2c|0x1|" + invalid;
+        QTest::newRow("255 data bytes") << 0x98 << full << wire << "]: RS232::send_raw_data: data:" + wire.toHex() + "\n";
+        const QByteArray spread = QByteArray::fromHex("02 98 01 ff 2d") + QByteArray(300, '\1') + '\x03';
+        QTest::newRow("300 data bytes") << 0x98 << QByteArray(300, '\1') << spread
+                                        << "]: RS232::send_raw_data: data:" + spread.toHex() + "\n";
+        const QByteArray cut = QByteArray::fromHex("02 98 01 ff ff") + QByteArray(510, '\2') + '\x03';
+        QTest::newRow("600 data bytes, cut") << 0x98 << QByteArray(600, '\2') << cut
+                                             << QByteArray("]: RS232::send_message: reply of 600 bytes cut to 510\n");
+        QTest::newRow("command id 0 refused") << 0 << QByteArray(1, '\1') << QByteArray()
+                                              << QByteArray("]: RS232::send_message: RS232Message(0x0|0x1|0x1|0x0|0x1) is not valid\n");
     }
 
     void sendMessage()
     {
+        QFETCH(int, command);
         QFETCH(QByteArray, data);
         QFETCH(QByteArray, wire);
         QFETCH(QByteArray, log);
         RS232Message reply;
-        reply.set_command_id(0x98);
+        reply.set_command_id(quint8(command));
         reply.set_group_id(1);
         reply.set_data(data);
 

@@ -89,6 +89,48 @@ private slots:
         QCOMPARE(answerTo({}, 0).toHex(' '), QByteArray("15 06"));
     }
 
+    // A frame left incomplete is dropped after half a second of silence; the next frame is served.
+    void truncatedFrameIsDropped()
+    {
+        rig.write(hex("02 30 01 ff ff 01 02 03"));
+        QVERIFY(rig.waitForLog("]: RS232::receive_rs232_message: incomplete frame dropped after 500 ms of silence: "
+                               "0x30|0x1|0xff|0xff|0x1|0x2|0x3\n"));
+        QCOMPARE(answerTo({}, 0).toHex(' '), QByteArray("15 06"));
+    }
+
+    // A slow sender's frame still counts, as long as its bytes keep coming.
+    void slowFrameIsServed()
+    {
+        const QByteArray frame = TestRig::frame(0x05, 1, hex("01 02 03 04"));
+        for (char byte : frame) {
+            rig.write(QByteArray(1, byte));
+            QTest::qSleep(150); // the PC's pace: 1.5 s for the frame
+        }
+        QCOMPARE(rig.read(1).toHex(), QByteArray("06"));
+    }
+
+    // A PC that stops reading costs it replies, not the service: whole replies are dropped
+    // (never part of a frame), that is logged once, and the line serves again once it is read.
+    void unreadOutputIsDropped()
+    {
+        const int frames = 3000; // about 160 KB of replies: more than the line can hold
+        QByteArray queries;
+        for (int i = 0; i < frames; ++i)
+            queries += TestRig::frame(0xFE, 1);
+        rig.write(queries);
+        QVERIFY(rig.waitForLog("]: RS232::send_raw_data: the PC does not read the line, output is dropped until it does\n", 10000));
+        QByteArray received;
+        QVERIFY2(rig.sync(&received, 10000), qPrintable(rig.lastError()));
+        QCOMPARE(rig.waitForExit(0), -1);
+        const QByteArray answer = "\x06" + TestRig::frame(0xFE, 1, "Vemo <Name> GUI: V<x>.<y>.<z>-rc<w> in work");
+        QVERIFY(received.size() < frames * answer.size());
+        QCOMPARE(received.size() % answer.size(), 0);
+        QCOMPARE(received, answer.repeated(received.size() / answer.size()));
+        const QString log = rig.serviceLog();
+        QCOMPARE(log.count("output is dropped until it does"), 1);
+        QVERIFY(rig.waitForLog("]: RS232::send_raw_data: the PC reads the line again\n"));
+    }
+
     // A hang-up ends the service with code 7 (lock removal: the rig's smoke test), its two lines logged once.
     void hangUpEndsWithSeven()
     {

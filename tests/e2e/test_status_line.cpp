@@ -42,6 +42,8 @@ private slots:
         QTest::newRow("item 2, UTF-8") << 2 << 1 << "Öl ß €";
         QTest::newRow("item 3, UTF-16") << 3 << 2 << "Öl ß €";
         QTest::newRow("item byte alone: empty") << 4 << 0 << "";
+        // Over 255 bytes both ways: length lo 255, length hi the rest, as the PC adds them up.
+        QTest::newRow("UTF-16, 301 bytes") << 1 << 2 << QString(149, 'x');
     }
     void statusTexts()
     {
@@ -53,6 +55,17 @@ private slots:
         QVERIFY(rig.send(0x01, SETTING, QByteArray(1, char(selector))) && rig.send(0x90, SETTING, request));
         QVERIFY(rig.waitForCall(QString("set_text_string(%1, \"%2\")").arg(1095 - item).arg(text)));
         QCOMPARE(rig.query(0x90, QUERY, request.left(1)), request);
+    }
+
+    // A reply longer than the two length bytes announce is cut to 510 bytes, and the cut logged.
+    void longestReply()
+    {
+        const QString text(253, QChar(0x20AC)); // 509 bytes in UTF-16, 760 in UTF-8
+        QVERIFY(rig.send(0x01, SETTING, hex("02"))
+                && rig.send(0x90, SETTING, "\x01" + QTextCodec::codecForName("UTF-16")->fromUnicode(text)));
+        QVERIFY(rig.send(0x01, SETTING, hex("01")));
+        QCOMPARE(rig.query(0x90, QUERY, hex("01")), ("\x01" + text.toUtf8()).left(510));
+        QVERIFY(rig.waitForLog("]: RS232::send_message: reply of 760 bytes cut to 510\n"));
     }
 
     // Any other item is the text id itself, replied without the item byte; writing ignores item 0.

@@ -93,12 +93,31 @@ bool TestRig::start(const RigOptions& options)
         || ((width || lines) && !simCall("set_screen_size", { width ? width : 40, lines ? lines : 16 })) || !openLine())
         return false;
 
+    m_options = options;
+    return startService();
+}
+
+bool TestRig::startService()
+{
+    if (m_service && waitForExit(0) == -1)
+        return fail("talvox still runs");
+    // A later start appends to the log: it is ready once the log shows it again.
+    const int logStart = serviceLog().size();
     // run-isolated execs into unshare, sh and then talvox: one process id.
-    m_service = spawn("talvox.log", QStringList { "sh", TALVOX_SIM_ENV_DIR "/run-isolated", m_dir, TALVOX_BIN, "-d",
-                                                  m_device, "-l", "7" } + options.extraArgs);
-    const auto ready = [&] { return serviceLog().contains(READY_LINE); };
-    return (QTest::qWaitFor([&] { return ready() || ended(m_service); }, START_TIMEOUT_MS) && ready())
+    m_service = spawn("talvox.log",
+                      QStringList { "sh", TALVOX_SIM_ENV_DIR "/run-isolated", m_dir, TALVOX_BIN, "-d", m_device, "-l",
+                                    "7" } + m_options.extraArgs,
+                      m_options.environment);
+    const auto ready = [&] { return serviceLog().indexOf(READY_LINE, logStart) >= 0; };
+    const auto ended = [&] { return m_service->state() == QProcess::NotRunning; };
+    return (QTest::qWaitFor([&] { return ready() || ended(); }, START_TIMEOUT_MS) && ready())
         || fail(QString("talvox did not get ready (exit code %1): %2").arg(waitForExit(0)).arg(tail(serviceLog())));
+}
+
+void TestRig::signalService(int signal)
+{
+    if (m_service && m_service->state() != QProcess::NotRunning)
+        ::kill(pid_t(m_service->processId()), signal);
 }
 
 bool TestRig::checkSupported()
@@ -152,15 +171,17 @@ bool TestRig::startBus()
         || fail("cannot connect to the rig's bus " + m_busAddress);
 }
 
-std::unique_ptr<QProcess> TestRig::spawn(const QString& log, const QStringList& command)
+std::unique_ptr<QProcess> TestRig::spawn(const QString& log, const QStringList& command, const QStringList& variables)
 {
     auto process = std::make_unique<ChildProcess>();
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("DBUS_SYSTEM_BUS_ADDRESS", m_busAddress);
+    for (const QString& variable : variables)
+        environment.insert(variable.section('=', 0, 0), variable.section('=', 1));
     process->setProcessEnvironment(environment);
     process->setWorkingDirectory(m_dir);
     process->setProcessChannelMode(QProcess::MergedChannels);
-    process->setStandardOutputFile(m_dir + "/" + log);
+    process->setStandardOutputFile(m_dir + "/" + log, QIODevice::Append);
     process->start(command.first(), command.mid(1));
     return process;
 }

@@ -9,8 +9,15 @@
 #include <memory>
 #include <optional>
 
-// The simulator's locale ("": de_DE), overlay columns and lines (0: 40 x 16), talvox's arguments after "-d pts/N -l 7".
-struct RigOptions { QString locale; int screenWidth = 0; int screenCount = 0; QStringList extraArgs = {}; };
+// The simulator's locale ("": de_DE), overlay columns and lines (0: 40 x 16), talvox's arguments after "-d pts/N -l 7",
+// and variables ("NAME=value") added to talvox's environment.
+struct RigOptions {
+    QString locale;
+    int screenWidth = 0;
+    int screenCount = 0;
+    QStringList extraArgs = {};
+    QStringList environment = {};
+};
 // One frame as the service sent it.
 struct RigReply { quint8 command = 0; quint8 group = 0; QByteArray data; };
 
@@ -71,6 +78,9 @@ public:
     QString screen() { return sim("screen").value(0).toString(); }
 
     // The service.
+    // Starts talvox again on the same line (after it has ended), with the options of start().
+    bool startService();
+    void signalService(int signal);
     QString serviceLog() const;
     bool waitForLog(const QString& text, int timeoutMs = 2000);
     // "date 051214302020.05", "hwclock -w -u": what the stand-ins were run with.
@@ -88,11 +98,12 @@ private:
     bool checkSupported();
     bool startBus();
     bool openLine();
-    std::unique_ptr<QProcess> spawn(const QString& log, const QStringList& command);
+    std::unique_ptr<QProcess> spawn(const QString& log, const QStringList& command, const QStringList& variables = {});
     std::optional<QVariantList> simCall(const QString& method, const QVariantList& args);
     QByteArray receive(int n, int timeoutMs);
 
     QString m_dir, m_error, m_busName, m_busAddress, m_device;
+    RigOptions m_options;
     bool m_unsupported = false;
     std::unique_ptr<QProcess> m_bus, m_simulator, m_service;
     int m_master = -1, m_slave = -1; // the PC's end of the line, and the service's kept open until it opens it
