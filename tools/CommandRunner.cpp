@@ -119,8 +119,8 @@ CommandRunner::ExitCode CommandRunner::prepareRaw(const QStringList& arguments, 
     request->entry = findEntry(request->command, request->group);
     // Command id 0 and group 255 can be framed: the controller's answer to
     // them (none, or NAK) is worth seeing. Only the length must fit.
-    if (request->data.size() > 255) {
-        m_err << "raw: a frame carries at most 255 data bytes\n";
+    if (request->data.size() > RS232Message::MAX_DATA_LENGTH) {
+        m_err << "raw: a frame carries at most " << RS232Message::MAX_DATA_LENGTH << " data bytes\n";
         return BadCommand;
     }
     return Done;
@@ -136,6 +136,8 @@ CommandRunner::ExitCode CommandRunner::send(const Request& prepared)
     request.set_command_id(static_cast<unsigned char>(command));
     request.set_group_id(static_cast<unsigned char>(group));
     request.set_data(data);
+    if (data.size() > RS232Message::MAX_SHORT_DATA_LENGTH)
+        request.set_long_length();
     if (m_options.raw)
         m_out << "sent:     " << hexBytes(request.to_frame()) << '\n';
 

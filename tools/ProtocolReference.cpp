@@ -33,6 +33,15 @@ the second column followed by its arguments (`talvox-pc --help`).
   when the group id is above 2 or the byte where `03` is due is something
   else (the rest of that read is then discarded). A frame with command id 0
   gets neither.
+- A frame must arrive without a pause: one that stays incomplete for 500 ms
+  (a byte takes about 1 ms at 9600 baud) is dropped without an answer, and
+  the controller waits for the next `02`. Resend a frame that got no ACK.
+- Replies of up to 255 data bytes carry their length in length lo. Longer
+  replies (long texts, mostly in UTF-16) carry length lo `ff` and the rest
+  in length hi, so that lo + hi is the length; a reply is cut to 510 bytes,
+  the most the two can announce.
+- The controller writes no more than the line takes: while the PC does not
+  read, replies beyond about 4 KB are dropped whole, never in part.
 - Groups: 0 actions and switches, 1 queries, 2 settings. Only queries send a
   reply frame, after the ACK, with the request's command id and group id. An
   unknown (command id, group id) is acknowledged and ignored.
