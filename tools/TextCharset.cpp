@@ -1,5 +1,7 @@
 #include "TextCharset.h"
 
+#include "QtCompat.h"
+
 #include <QTextCodec>
 
 bool TextCharset::parse(const QString& name, Selector* selector)
@@ -45,7 +47,7 @@ QTextCodec* TextCharset::codec() const
 
 QByteArray TextCharset::encode(const QString& text) const
 {
-    return codec()->fromUnicode(text);
+    return m_selector == Utf16 ? QtCompat::encodeWithByteOrderMark(codec(), text) : codec()->fromUnicode(text);
 }
 
 QString TextCharset::decode(const QByteArray& bytes) const

@@ -5,6 +5,7 @@
 #include "ProtocolReference.h"
 
 #include "CEventLogger.h"
+#include "QtCompat.h"
 
 #include <QCoreApplication>
 #include <QTextStream>
@@ -18,8 +19,8 @@ int main(int argc, char* argv[])
     QTextStream err(stderr);
     // Scripts and terminals speak UTF-8; what goes on the line is chosen
     // by --charset, not by the terminal.
-    out.setCodec("UTF-8");
-    err.setCodec("UTF-8");
+    QtCompat::setUtf8(out);
+    QtCompat::setUtf8(err);
     // The shared frame receiver logs through the service's logger; a PC
     // tool has nothing to say there.
     CEventLogger::initialize("talvox-pc", CEventLogger::LOG_LEVEL_EMERGENCY);
@@ -62,6 +63,6 @@ int main(int argc, char* argv[])
     if (!options.command.isEmpty())
         return runner.send(request);
     QTextStream in(stdin);
-    in.setCodec("UTF-8");
+    QtCompat::setUtf8(in);
     return runner.runScript(in);
 }

@@ -2,6 +2,7 @@
 // decides the character set of texts on the line and metres versus feet.
 #include "CEventLogger.h"
 #include "RS232.h"
+#include "QtCompat.h"
 #include "RS232Handler.h"
 
 #include <QDateTime>
@@ -91,7 +92,7 @@ QByteArray RS232Handler::encode_text(const QString& text) const
     if (m_iCodecSelector == SELECTOR_UTF8)
         return codecNamed("UTF-8")->fromUnicode(text);
     if (m_iCodecSelector == SELECTOR_UTF16)
-        return codecNamed("UTF-16")->fromUnicode(text);
+        return QtCompat::encodeWithByteOrderMark(codecNamed("UTF-16"), text);
     return m_pLocaleCodec ? m_pLocaleCodec->fromUnicode(text) : text.toLatin1();
 }
 

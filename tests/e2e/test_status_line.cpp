@@ -1,7 +1,6 @@
 // Status line fields (items 1 to 4: overlay texts 94 to 91) and unit texts under their irregular ids.
 #include "TestRig.h"
 
-#include <QTextCodec>
 #include <QtTest>
 
 namespace {
@@ -51,7 +50,7 @@ private slots:
         QFETCH(int, selector);
         QFETCH(QString, text);
         const char* const codecs[] = { "ISO-8859-15", "UTF-8", "UTF-16" };
-        const QByteArray request = char(item) + QTextCodec::codecForName(codecs[selector])->fromUnicode(text);
+        const QByteArray request = char(item) + TestRig::encoded(codecs[selector], text);
         QVERIFY(rig.send(0x01, SETTING, QByteArray(1, char(selector))) && rig.send(0x90, SETTING, request));
         QVERIFY(rig.waitForCall(QString("set_text_string(%1, \"%2\")").arg(1095 - item).arg(text)));
         QCOMPARE(rig.query(0x90, QUERY, request.left(1)), request);
@@ -62,7 +61,7 @@ private slots:
     {
         const QString text(253, QChar(0x20AC)); // 509 bytes in UTF-16, 760 in UTF-8
         QVERIFY(rig.send(0x01, SETTING, hex("02"))
-                && rig.send(0x90, SETTING, "\x01" + QTextCodec::codecForName("UTF-16")->fromUnicode(text)));
+                && rig.send(0x90, SETTING, "\x01" + TestRig::encoded("UTF-16", text)));
         QVERIFY(rig.send(0x01, SETTING, hex("01")));
         QCOMPARE(rig.query(0x90, QUERY, hex("01")), ("\x01" + text.toUtf8()).left(510));
         QVERIFY(rig.waitForLog("]: RS232::send_message: reply of 760 bytes cut to 510\n"));

@@ -1,5 +1,7 @@
 #include "TestRig.h"
 
+#include "QtCompat.h"
+
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
@@ -39,10 +41,10 @@ QString tail(const QString& text) { return text.right(1500); }
 
 // A child that dies with the test program, also on a crash or a time-out kill. The death signal
 // survives exec, so it reaches talvox behind run-isolated too.
-class ChildProcess : public QProcess
+class ChildProcess : public QtCompat::SetupProcess
 {
 protected:
-    void setupChildProcess() override { prctl(PR_SET_PDEATHSIG, SIGTERM); }
+    void childSetup() override { prctl(PR_SET_PDEATHSIG, SIGTERM); }
 };
 
 void stop(std::unique_ptr<QProcess>& process)
@@ -215,6 +217,12 @@ QByteArray TestRig::frame(quint8 command, quint8 group, const QByteArray& data)
     const int size = data.size();
     const char header[] = { 0x02, char(command), char(group), char(qMin(size, 255)), char(qMax(size - 255, 0)) };
     return QByteArray(header, 5).append(data).append(char(0x03));
+}
+
+QByteArray TestRig::encoded(const char* codec, const QString& text)
+{
+    const QTextCodec* const found = QTextCodec::codecForName(codec);
+    return qstrcmp(codec, "UTF-16") == 0 ? QtCompat::encodeWithByteOrderMark(found, text) : found->fromUnicode(text);
 }
 
 void TestRig::write(const QByteArray& bytes)

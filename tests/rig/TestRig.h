@@ -41,6 +41,8 @@ public:
 
     // The serial line, seen from the PC.
     static QByteArray frame(quint8 command, quint8 group, const QByteArray& data = {});
+    // A text in a character set as the line carries it ("UTF-16": a byte-order mark, then host order).
+    static QByteArray encoded(const char* codec, const QString& text);
     void write(const QByteArray& bytes);
     // Exactly n bytes, or fewer if the time-out passes first.
     QByteArray read(int n, int timeoutMs = 2000) { return receive(n, timeoutMs); }
