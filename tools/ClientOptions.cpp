@@ -94,6 +94,7 @@ Examples:
   talvox-pc -d /dev/ttyUSB0 statusline state 3
   talvox-pc -d /dev/ttyUSB0 date set 2026-11-22
   talvox-pc -d /dev/ttyUSB0 --raw raw 0x30 1        any frame: command id, group id, data bytes
+  talvox-pc -d rfc2217://192.168.1.20:4000 version  a serial port served over the network
 
 Every command is one frame (0x02, command id, group id, length lo, length hi,
 data, 0x03). The controller answers each frame with ACK (0x06) or NAK (0x15);
@@ -102,7 +103,10 @@ Meter counters travel in metres, or in feet when the controller's locale is
 US: talvox-pc cannot know which, and says so.
 
 Options:
-  -d, --device PATH      the serial device (default /dev/ttyUSB0); 9600 baud, 8N1
+  -d, --device PATH      the serial device (default /dev/ttyUSB0); 9600 baud, 8N1;
+                         or rfc2217://HOST:PORT, a remote serial port (RFC 2217,
+                         e.g. ser2net or scripts/run --listen), set to 9600 8N1;
+                         or tcp://HOST:PORT, a raw TCP bridge to the line
   -t, --timeout MS       how long to wait for the ACK and the reply (default 3000)
       --charset SET      how texts on the line are encoded: locale, utf8 or utf16
                          (default locale); it must match the controller's
