@@ -25,6 +25,7 @@ const int CONNECT_TIMEOUT_MS = 5000;
 
 struct Arguments {
     bool follow = false;
+    bool showBytes = false;
     LineDecoder::Direction from = LineDecoder::Pc;
     QStringList inputs;
 };
@@ -35,6 +36,8 @@ bool parseArguments(const QStringList& words, Arguments* arguments, QString* err
         const QString& word = words[i];
         if (word == QLatin1String("--follow")) {
             arguments->follow = true;
+        } else if (word == QLatin1String("--raw")) {
+            arguments->showBytes = true;
         } else if (word == QLatin1String("--from")) {
             const QString side = words.value(++i).toLower();
             if (side != QLatin1String("pc") && side != QLatin1String("ctl")) {
@@ -217,7 +220,7 @@ int runDecode(const QStringList& words, const TextCharset& charset, bool showByt
         err << "talvox-pc: " << error << '\n';
         return BadInput;
     }
-    LineDecoder decoder(charset, showBytes);
+    LineDecoder decoder(charset, showBytes || arguments.showBytes);
     Printer printer(out);
     return arguments.follow ? follow(arguments, decoder, printer, err) : decodeFiles(arguments, decoder, printer, err);
 }

@@ -15,10 +15,8 @@ const int CODEC_COMMAND = 0x01;
 QString frameIds(const RS232Message& message)
 {
     return QStringLiteral("0x%1/%2")
-        .arg(message.get_command_id(), 2, 16, QLatin1Char('0'))
-        .arg(message.get_group_id())
-        .toUpper()
-        .replace(QLatin1String("0X"), QLatin1String("0x"));
+        .arg(QString::number(message.get_command_id(), 16).toUpper().rightJustified(2, QLatin1Char('0')))
+        .arg(message.get_group_id());
 }
 
 QString dataSuffix(const QByteArray& data)
@@ -82,9 +80,7 @@ void LineDecoder::push(Direction from, Side& side, const QString& time, unsigned
     case RS232Receiver::REFUSED: {
         const QString why = stateBefore == 2 ? QStringLiteral("group id %1 is above 2").arg(byte)
                                              : QStringLiteral("0x%1 where the end byte 0x03 belongs")
-                                                   .arg(byte, 2, 16, QLatin1Char('0'))
-                                                   .toUpper()
-                                                   .replace(QLatin1String("0X"), QLatin1String("0x"));
+                                                   .arg(QString::number(byte, 16).toUpper().rightJustified(2, QLatin1Char('0')));
         emitLine(from, side.frameTime,
                  QStringLiteral("broken frame (%1; the controller answers NAK): %2").arg(why, hexBytes(side.frame)), lines);
         break;

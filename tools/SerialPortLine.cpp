@@ -32,8 +32,17 @@ ByteLine::Result SerialPortLine::write(const QByteArray& bytes, int timeoutMs)
 
 ByteLine::Result SerialPortLine::read(int timeoutMs, QByteArray* bytes)
 {
+    // A line whose other end went away (a pty's master closed, an adapter
+    // pulled) reports a read error, with or without an empty read first.
+    const auto failed = [this] {
+        m_hungUp = m_port.error() == QSerialPort::ReadError || m_port.error() == QSerialPort::ResourceError;
+        return Failed;
+    };
     if (m_port.bytesAvailable() == 0 && !m_port.waitForReadyRead(timeoutMs))
-        return m_port.error() == QSerialPort::TimeoutError ? TimedOut : Failed;
-    bytes->append(m_port.readAll());
+        return m_port.error() == QSerialPort::TimeoutError ? TimedOut : failed();
+    const QByteArray chunk = m_port.readAll();
+    if (chunk.isEmpty() && m_port.error() != QSerialPort::NoError && m_port.error() != QSerialPort::TimeoutError)
+        return failed();
+    bytes->append(chunk);
     return Ok;
 }

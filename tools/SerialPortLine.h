@@ -15,10 +15,14 @@ public:
     Result write(const QByteArray& bytes, int timeoutMs) override;
     Result read(int timeoutMs, QByteArray* bytes) override;
     void discardInput() override { m_port.clear(QSerialPort::Input); }
-    QString errorString() const override { return m_port.errorString(); }
+    QString errorString() const override
+    {
+        return m_hungUp ? QStringLiteral("the line hung up (or its adapter was pulled)") : m_port.errorString();
+    }
 
 private:
     QSerialPort m_port;
+    bool m_hungUp = false;
 };
 
 #endif
