@@ -1,13 +1,15 @@
 #include "SerialPortLine.h"
 
 SerialPortLine::SerialPortLine(const QString& device)
+    : m_device(device)
 {
     m_port.setPortName(device);
 }
 
 bool SerialPortLine::open(bool readOnly, QString* error)
 {
-    const QString device = m_port.portName();
+    // Messages name the device as it was given (QSerialPort drops "/dev/").
+    const QString& device = m_device;
     if (!m_port.open(readOnly ? QIODevice::ReadOnly : QIODevice::ReadWrite)) {
         *error = QStringLiteral("cannot open %1: %2").arg(device, m_port.errorString());
         return false;

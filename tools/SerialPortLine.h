@@ -21,6 +21,7 @@ public:
     }
 
 private:
+    QString m_device;
     QSerialPort m_port;
     bool m_hungUp = false;
 };

@@ -113,7 +113,7 @@ private slots:
         QTest::newRow("bad direction") << QStringList{"--from", "up"} << 1 << "--from takes pc";
         QTest::newRow("follow without a line") << QStringList{"--follow"} << 1 << "--follow takes one line";
         QTest::newRow("follow a missing device") << QStringList{"--follow", "/dev/no-such-tap"} << 2
-                                                  << "cannot open no-such-tap";
+                                                  << "cannot open /dev/no-such-tap";
     }
 
     void badInput()
