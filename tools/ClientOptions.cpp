@@ -85,6 +85,8 @@ Usage:
   talvox-pc [options] <command> [arguments]     send one command
   talvox-pc [options] < script.txt              send the commands of a script,
                                                 one per line ('#' starts a comment)
+  talvox-pc [options] decode [decode options] [FILE...]
+                                                decode captured line traffic
 
 Examples:
   talvox-pc -d /dev/ttyUSB0 version
@@ -94,6 +96,8 @@ Examples:
   talvox-pc -d /dev/ttyUSB0 statusline state 3
   talvox-pc -d /dev/ttyUSB0 date set 2026-11-22
   talvox-pc -d /dev/ttyUSB0 --raw raw 0x30 1        any frame: command id, group id, data bytes
+  talvox-pc -d rfc2217://192.168.1.20:4000 version  a serial port served over the network
+  talvox-pc decode line.trace                        what the PC and the controller said
 
 Every command is one frame (0x02, command id, group id, length lo, length hi,
 data, 0x03). The controller answers each frame with ACK (0x06) or NAK (0x15);
@@ -102,7 +106,10 @@ Meter counters travel in metres, or in feet when the controller's locale is
 US: talvox-pc cannot know which, and says so.
 
 Options:
-  -d, --device PATH      the serial device (default /dev/ttyUSB0); 9600 baud, 8N1
+  -d, --device PATH      the serial device (default /dev/ttyUSB0); 9600 baud, 8N1;
+                         or rfc2217://HOST:PORT, a remote serial port (RFC 2217,
+                         e.g. ser2net or scripts/run --listen), set to 9600 8N1;
+                         or tcp://HOST:PORT, a raw TCP bridge to the line
   -t, --timeout MS       how long to wait for the ACK and the reply (default 3000)
       --charset SET      how texts on the line are encoded: locale, utf8 or utf16
                          (default locale); it must match the controller's
@@ -110,14 +117,39 @@ Options:
       --locale-codec NAME  the controller's locale codec (default ISO-8859-15;
                          ISO-8859-5 for Russian, ISO-8859-16 or ISO-8859-2 in
                          parts of Europe)
-      --raw              also print the bytes sent and received
+      --raw              also print the bytes sent and received (decode: each
+                         frame's bytes)
       --list             list every command with its arguments and effect
       --list-markdown    print the protocol reference (docs/protocol.md)
   -h, --help             this text
 
+Decoding line traffic (for service technicians with a tap on a real line):
+  talvox-pc decode TRACE...                 trace files, both directions with times
+  talvox-pc decode [--from pc|ctl] CAPTURE  raw bytes of one direction (default pc:
+                                            what the PC sent); "-" or none: stdin
+  talvox-pc decode PC_CAPTURE CTL_CAPTURE   raw bytes of both directions; without
+                                            times the PC's events come first
+  talvox-pc decode --follow [--from pc|ctl] DEVICE
+  talvox-pc decode --follow PC_DEVICE CTL_DEVICE
+                                            live lines, opened read-only (a
+                                            sniffer's receive lines), stamped with
+                                            the time they arrive; Ctrl-C stops
+One line per event: time (if known), PC or CTL, then a frame of the PC as the
+talvox-pc command that sends it, "typed" characters, ACK, NAK, "reply:" and a
+reply in words, bytes that form no frame in hex, and a frame the capture cuts
+off as "truncated frame". Texts are read in --charset and follow "codec set".
+A trace file (scripts/run --trace FILE writes one) is text:
+  # talvox line trace
+  2026-05-01T12:00:00.123456 pc 02 FE 01 00 00 03
+  2026-05-01T12:00:00.125001 ctl 06
+one line per chunk: the time (no blanks; "-" if unknown), pc (sent by the PC)
+or ctl (sent by the controller), the bytes in hex; '#' starts a comment.
+
 Exit status:
-  0  done          1  unknown command or bad arguments
-  2  the device cannot be opened or failed
+  0  done          1  unknown command or bad arguments (decode: lines of a
+                      trace that are no trace lines)
+  2  the device cannot be opened or failed (decode: a file that cannot be read,
+     a followed line that ended)
   3  the controller refused the frame (NAK)
   4  time-out: no ACK, or no reply to a query
 )");

@@ -28,7 +28,7 @@ public:
         QByteArray data;
     };
 
-    bool open(QString* error) { return m_link.open(m_options.device, error); }
+    bool open(QString* error) { return m_link.open(m_options.device, m_options.timeoutMs, error); }
     // Explains an unknown name or bad arguments on the error stream.
     ExitCode prepare(const QStringList& words, Request* request);
     ExitCode send(const Request& request);

@@ -10,21 +10,6 @@ namespace {
 // The value the controller sends for a video counter it could not read.
 const unsigned char NO_VIDEOCOUNTER = 99;
 
-QString number(float value)
-{
-    return QString::number(double(value), 'g', 7);
-}
-
-QString number(double value)
-{
-    return QString::number(value, 'g', QLocale::FloatingPointShortest);
-}
-
-QString quoted(const QString& text)
-{
-    return QLatin1Char('"') + text + QLatin1Char('"');
-}
-
 QString colours(unsigned char code)
 {
     return QStringLiteral("colours %1 on %2").arg(code >> 4).arg(code & 0x0F);
@@ -70,6 +55,21 @@ QString decodeDeviceData(const QByteArray& reply)
 }
 
 } // namespace
+
+QString number(float value)
+{
+    return QString::number(double(value), 'g', 7);
+}
+
+QString number(double value)
+{
+    return QString::number(value, 'g', QLocale::FloatingPointShortest);
+}
+
+QString quoted(const QString& text)
+{
+    return QLatin1Char('"') + text + QLatin1Char('"');
+}
 
 QString hexBytes(const QByteArray& bytes)
 {

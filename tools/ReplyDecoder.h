@@ -19,4 +19,10 @@ QString describeReply(ReplyKind kind);
 // Bytes as "02 30 01 00 00 03".
 QString hexBytes(const QByteArray& bytes);
 
+// Values as the client prints them: a float to its 7 digits, a double as
+// short as it round-trips, a text in double quotes.
+QString number(float value);
+QString number(double value);
+QString quoted(const QString& text);
+
 #endif

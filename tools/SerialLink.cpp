@@ -2,26 +2,16 @@
 
 #include <QDeadlineTimer>
 
+
 namespace {
 const unsigned char ACK = 0x06;
 const unsigned char NAK = 0x15;
 }
 
-bool SerialLink::open(const QString& device, QString* error)
+bool SerialLink::open(const QString& device, int timeoutMs, QString* error)
 {
-    m_port.setPortName(device);
-    if (!m_port.open(QIODevice::ReadWrite)) {
-        *error = QStringLiteral("cannot open %1: %2").arg(device, m_port.errorString());
-        return false;
-    }
-    const bool configured = m_port.setBaudRate(QSerialPort::Baud9600) && m_port.setDataBits(QSerialPort::Data8)
-        && m_port.setParity(QSerialPort::NoParity) && m_port.setStopBits(QSerialPort::OneStop)
-        && m_port.setFlowControl(QSerialPort::NoFlowControl);
-    if (!configured) {
-        *error = QStringLiteral("cannot set %1 to 9600 8N1: %2").arg(device, m_port.errorString());
-        return false;
-    }
-    return true;
+    m_line = makeByteLine(device, timeoutMs);
+    return m_line->open(false, error);
 }
 
 SerialLink::Outcome SerialLink::exchange(const RS232Message& request, bool awaitReply, int timeoutMs,
@@ -29,18 +19,19 @@ SerialLink::Outcome SerialLink::exchange(const RS232Message& request, bool await
 {
     // Bytes left over from an earlier exchange (a reply that came after its
     // time-out) do not belong to this one.
-    m_port.clear(QSerialPort::Input);
+    m_line->discardInput();
     m_receiver.reset();
-    m_port.write(request.to_frame());
-    if (!m_port.waitForBytesWritten(timeoutMs))
-        return m_port.error() == QSerialPort::TimeoutError ? TimedOut : LineFailed;
+    const ByteLine::Result written = m_line->write(request.to_frame(), timeoutMs);
+    if (written != ByteLine::Ok)
+        return written == ByteLine::TimedOut ? TimedOut : LineFailed;
 
     const QDeadlineTimer deadline(timeoutMs);
     bool acknowledged = false;
     for (;;) {
-        if (m_port.bytesAvailable() == 0 && !m_port.waitForReadyRead(int(deadline.remainingTime())))
-            return m_port.error() == QSerialPort::TimeoutError || deadline.hasExpired() ? TimedOut : LineFailed;
-        const QByteArray chunk = m_port.readAll();
+        QByteArray chunk;
+        const ByteLine::Result result = m_line->read(int(deadline.remainingTime()), &chunk);
+        if (result != ByteLine::Ok)
+            return result == ByteLine::TimedOut || deadline.hasExpired() ? TimedOut : LineFailed;
         received->append(chunk);
         for (const char c : chunk) {
             const unsigned char byte = static_cast<unsigned char>(c);

@@ -1,16 +1,18 @@
 #ifndef SERIALLINK_H
 #define SERIALLINK_H
 
+#include "ByteLine.h"
 #include "RS232Receiver.h"
 
 #include <QByteArray>
-#include <QSerialPort>
 #include <QString>
 
-// The PC end of the serial line: 9600 baud, 8N1. One exchange writes a
-// frame and waits for the controller's ACK (0x06) or NAK (0x15) and, for a
-// query, for its reply frame. The reply is parsed by the service's own
-// frame receiver.
+#include <memory>
+
+// The PC end of the serial line (a device, or a port served over the
+// network; see ByteLine). One exchange writes a frame and waits for the
+// controller's ACK (0x06) or NAK (0x15) and, for a query, for its reply
+// frame. The reply is parsed by the service's own frame receiver.
 class SerialLink
 {
 public:
@@ -21,14 +23,15 @@ public:
         LineFailed    // the device failed while in use
     };
 
-    bool open(const QString& device, QString* error);
+    // `timeoutMs` also bounds connecting to a network line.
+    bool open(const QString& device, int timeoutMs, QString* error);
 
     // `received` collects every byte read during the exchange (for --raw).
     Outcome exchange(const RS232Message& request, bool awaitReply, int timeoutMs, RS232Message* reply,
                      QByteArray* received);
 
 private:
-    QSerialPort m_port;
+    std::unique_ptr<ByteLine> m_line;
     RS232Receiver m_receiver;
 };
 

@@ -2,6 +2,7 @@
 // as the PC application does, and prints the answers in plain words.
 #include "ClientOptions.h"
 #include "CommandRunner.h"
+#include "DecodeCommand.h"
 #include "ProtocolReference.h"
 
 #include "CEventLogger.h"
@@ -46,6 +47,8 @@ int main(int argc, char* argv[])
         return CommandRunner::BadCommand;
     }
     charset.select(options.charset);
+    if (options.command.value(0).compare(QLatin1String("decode"), Qt::CaseInsensitive) == 0)
+        return runDecode(options.command.mid(1), charset, options.raw, out, err);
 
     CommandRunner runner(options, charset, out, err);
     // A single command is checked before the device is opened, so a typo
