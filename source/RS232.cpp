@@ -86,6 +86,7 @@ void RS232::close()
     m_pWriteNotifier = nullptr;
     m_baPending.clear();
     m_frameSilence.stop();
+    receiver.reset();
     if (port.isOpen())
         port.close();
 }
@@ -102,47 +103,37 @@ void RS232::receive_rs232_message(int)
     if (chunk.isEmpty())
         line_lost();
 
-    process_chunk(chunk);
+    receiver.receive(chunk, *this);
     // An open frame must go on arriving; one left half sent must not hold
     // back every frame after it.
-    if (receiver.state() != 0)
+    if (receiver.in_frame())
         m_frameSilence.start();
     else
         m_frameSilence.stop();
     receiveLock.unlock();
 }
 
-void RS232::process_chunk(const QByteArray& chunk)
+void RS232::refuse(const QByteArray& chunk, int)
 {
-    const char* bytes = chunk.constData();
-    for (int i = 0; i < chunk.size(); ++i) {
-        const unsigned char byte = static_cast<unsigned char>(bytes[i]);
-        switch (receiver.push(byte)) {
-        case RS232Receiver::NOTHING:
-            break;
-        case RS232Receiver::TYPED_CHAR:
-            RS232Handler::add_char_to_line(static_cast<char>(byte));
-            break;
-        case RS232Receiver::FRAME_VALID:
-            // The PC always sees the ACK ahead of any reply.
-            ack();
-            handle_message(receiver.message());
-            receiver.reset();
-            break;
-        case RS232Receiver::FRAME_INVALID:
-            // Command id 0: swallowed without ACK or NAK.
-            CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "is not valid");
-            receiver.reset();
-            break;
-        case RS232Receiver::REFUSED:
-            // A broken frame costs the whole chunk, later frames included.
-            TVX_LOG(CEventLogger::LOG_LEVEL_EMERGENCY,
-                    "RS232::receive_rs232_message: message invalid: " + QString::fromLatin1(chunk.toHex()));
-            nack();
-            receiver.reset();
-            return;
-        }
-    }
+    // The log shows the whole read, the refused byte somewhere in it.
+    TVX_LOG(CEventLogger::LOG_LEVEL_EMERGENCY,
+            "RS232::receive_rs232_message: message invalid: " + QString::fromLatin1(chunk.toHex()));
+    nack();
+}
+
+void RS232::type_char(char byte)
+{
+    RS232Handler::add_char_to_line(byte);
+}
+
+void RS232::end_due()
+{
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "stop");
+}
+
+void RS232::swallow_frame(const RS232Message&)
+{
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "is not valid");
 }
 
 void RS232::on_frame_silence()

@@ -16,7 +16,7 @@ class QSocketNotifier;
 // The serial link to the PC: one process-wide instance that owns the port,
 // turns the incoming bytes into frames, answers each with ACK or NAK, hands
 // valid frames to the command registry and writes the replies.
-class RS232 : public QObject
+class RS232 : public QObject, private RS232ReceiverSink
 {
     Q_OBJECT
 
@@ -54,7 +54,13 @@ private slots:
 
 private:
     RS232();
-    void process_chunk(const QByteArray& chunk);
+    // What the receiver's rules ask of the line.
+    void acknowledge() override { ack(); }
+    void handle_frame(RS232Message& message) override { handle_message(message); }
+    void refuse(const QByteArray& chunk, int index) override;
+    void type_char(char byte) override;
+    void end_due() override;
+    void swallow_frame(const RS232Message& message) override;
     void write_to_line(const char* bytes, int size);
     [[noreturn]] void line_lost();
 

@@ -45,7 +45,7 @@ void LineDecoder::feed(Direction from, const QString& time, const QByteArray& by
 void LineDecoder::push(Direction from, Side& side, const QString& time, unsigned char byte, QStringList* lines)
 {
     RS232Receiver& receiver = side.receiver;
-    if (receiver.state() == 0) {
+    if (!receiver.in_frame()) {
         // ACK and NAK stand alone, outside any frame.
         if (from == Controller && (byte == ACK || byte == NAK)) {
             endRun(from, side, lines);
@@ -53,9 +53,9 @@ void LineDecoder::push(Direction from, Side& side, const QString& time, unsigned
             return;
         }
         const RS232Receiver::Event event = receiver.push(byte);
-        if (receiver.state() == 0) {
+        if (!receiver.in_frame()) {
             // Only the PC types; anything else outside a frame is a stray byte.
-            addToRun(from, side, time, byte, event == RS232Receiver::TYPED_CHAR && from == Pc, lines);
+            addToRun(from, side, time, byte, event == RS232Receiver::Event::TypedChar && from == Pc, lines);
             return;
         }
         endRun(from, side, lines);
@@ -65,28 +65,29 @@ void LineDecoder::push(Direction from, Side& side, const QString& time, unsigned
     }
 
     side.frame.append(char(byte));
-    const int stateBefore = receiver.state();
+    const RS232Receiver::State stateBefore = receiver.state();
     const RS232Receiver::Event event = receiver.push(byte);
     switch (event) {
-    case RS232Receiver::FRAME_VALID:
+    case RS232Receiver::Event::FrameValid:
         emitLine(from, side.frameTime, frameEvent(from, receiver.message()), lines);
         break;
-    case RS232Receiver::FRAME_INVALID:
+    case RS232Receiver::Event::FrameInvalid:
         emitLine(from, side.frameTime,
                  QStringLiteral("frame with command id 0, ignored by the controller") + dataSuffix(receiver.message().data())
                      + (m_showBytes ? QStringLiteral("  [%1]").arg(hexBytes(side.frame)) : QString()),
                  lines);
         break;
-    case RS232Receiver::REFUSED: {
-        const QString why = stateBefore == 2 ? QStringLiteral("group id %1 is above 2").arg(byte)
+    case RS232Receiver::Event::Refused: {
+        const QString why = stateBefore == RS232Receiver::State::GroupId ? QStringLiteral("group id %1 is above 2").arg(byte)
                                              : QStringLiteral("0x%1 where the end byte 0x03 belongs")
                                                    .arg(QString::number(byte, 16).toUpper().rightJustified(2, QLatin1Char('0')));
         emitLine(from, side.frameTime,
                  QStringLiteral("broken frame (%1; the controller answers NAK): %2").arg(why, hexBytes(side.frame)), lines);
         break;
     }
-    case RS232Receiver::NOTHING:
-    case RS232Receiver::TYPED_CHAR:
+    case RS232Receiver::Event::Nothing:
+    case RS232Receiver::Event::TypedChar:
+    case RS232Receiver::Event::ControlByte:
         return;
     }
     receiver.reset();
@@ -167,7 +168,7 @@ void LineDecoder::finish(QStringList* lines)
     flush(lines);
     for (const Direction from : { Pc, Controller }) {
         Side& side = m_sides[from];
-        if (side.receiver.state() == 0)
+        if (!side.receiver.in_frame())
             continue;
         const RS232Message& message = side.receiver.message();
         QString what = QStringLiteral("truncated frame at the end of the capture");

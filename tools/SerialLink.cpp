@@ -6,7 +6,54 @@
 namespace {
 const unsigned char ACK = 0x06;
 const unsigned char NAK = 0x15;
-}
+
+// The controller's answer, read by the service's own receiver: ACK or NAK
+// stand alone outside any frame; the reply is the first frame after the ACK.
+class AnswerSink : public RS232ReceiverSink
+{
+public:
+    AnswerSink(bool awaitReply, RS232Message* reply)
+        : m_awaitReply(awaitReply)
+        , m_reply(reply)
+    {
+    }
+
+    bool refused() const { return m_refused; }
+    bool done() const { return m_refused || (m_acknowledged && (!m_awaitReply || m_replied)); }
+
+    void control_byte(unsigned char byte) override
+    {
+        if (m_acknowledged || m_refused)
+            return;
+        m_refused = byte == NAK;
+        m_acknowledged = byte == ACK;
+    }
+
+    void handle_frame(RS232Message& message) override
+    {
+        if (!m_acknowledged || m_replied)
+            return;
+        m_reply->set_command_id(message.get_command_id());
+        m_reply->set_group_id(message.get_group_id());
+        m_reply->set_data(message.data());
+        if (message.get_data_length() > RS232Message::MAX_SHORT_DATA_LENGTH)
+            m_reply->set_long_length();
+        m_replied = true;
+    }
+
+    // The PC's side answers nothing and types nothing.
+    void acknowledge() override {}
+    void refuse(const QByteArray&, int) override {}
+    void type_char(char) override {}
+
+private:
+    bool m_awaitReply;
+    RS232Message* m_reply;
+    bool m_acknowledged = false;
+    bool m_refused = false;
+    bool m_replied = false;
+};
+} // namespace
 
 bool SerialLink::open(const QString& device, int timeoutMs, QString* error)
 {
@@ -26,35 +73,14 @@ SerialLink::Outcome SerialLink::exchange(const RS232Message& request, bool await
         return written == ByteLine::TimedOut ? TimedOut : LineFailed;
 
     const QDeadlineTimer deadline(timeoutMs);
-    bool acknowledged = false;
-    for (;;) {
+    AnswerSink answer(awaitReply, reply);
+    while (!answer.done()) {
         QByteArray chunk;
         const ByteLine::Result result = m_line->read(int(deadline.remainingTime()), &chunk);
         if (result != ByteLine::Ok)
             return result == ByteLine::TimedOut || deadline.hasExpired() ? TimedOut : LineFailed;
         received->append(chunk);
-        for (const char c : chunk) {
-            const unsigned char byte = static_cast<unsigned char>(c);
-            // ACK and NAK stand alone, outside any frame.
-            if (!acknowledged && m_receiver.state() == 0 && (byte == ACK || byte == NAK)) {
-                if (byte == NAK)
-                    return Refused;
-                acknowledged = true;
-                if (!awaitReply)
-                    return Acknowledged;
-                continue;
-            }
-            const RS232Receiver::Event event = m_receiver.push(byte);
-            if (event == RS232Receiver::FRAME_VALID && acknowledged) {
-                reply->set_command_id(m_receiver.message().get_command_id());
-                reply->set_group_id(m_receiver.message().get_group_id());
-                reply->set_data(m_receiver.message().data());
-                m_receiver.reset();
-                return Acknowledged;
-            }
-            if (event == RS232Receiver::FRAME_VALID || event == RS232Receiver::FRAME_INVALID
-                || event == RS232Receiver::REFUSED)
-                m_receiver.reset();
-        }
+        m_receiver.receive(chunk, answer);
     }
+    return answer.refused() ? Refused : Acknowledged;
 }
