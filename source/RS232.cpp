@@ -1,6 +1,7 @@
 #include "RS232.h"
 
 #include "CEventLogger.h"
+#include "Protocol.h"
 #include "RS232Handler.h"
 #include "talvox.h"
 
@@ -14,10 +15,6 @@
 
 RS232* RS232::_instance = nullptr;
 
-namespace {
-const char ACK = 0x06;
-const char NAK = 0x15;
-}
 
 RS232* RS232::instance()
 {
@@ -168,12 +165,12 @@ void RS232::line_lost()
 
 void RS232::ack()
 {
-    send_raw_data(QByteArray(1, ACK));
+    send_raw_data(QByteArray(1, char(Protocol::ACK)));
 }
 
 void RS232::nack()
 {
-    send_raw_data(QByteArray(1, NAK));
+    send_raw_data(QByteArray(1, char(Protocol::NAK)));
 }
 
 void RS232::send_message(RS232Message* message)

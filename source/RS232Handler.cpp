@@ -2,6 +2,7 @@
 
 #include "BusCall.h"
 #include "CEventLogger.h"
+#include "CommandCatalogue.h"
 #include "RS232.h"
 #include "CHolvardMeterCounterInterface.h"
 #include "CHolvardSysLocaleInterface.h"
@@ -147,13 +148,27 @@ RS232Handler::~RS232Handler()
 void RS232Handler::init()
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "start RS232Handler::init()");
-    int rows = 0;
-    const TableRow* table = command_table(&rows);
-    for (int row = 0; row < rows; ++row) {
-        for (int id = table[row].first_command_id; id <= table[row].last_command_id; ++id)
-            register_handle(id, table[row].group_id, table[row].handler);
-    }
+    for (const QString& problem : bind_command_table(m_aHandlers))
+        TVX_LOG(CEventLogger::LOG_LEVEL_ERROR, "RS232Handler::init: " + problem);
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "end RS232Handler::init()");
+}
+
+QStringList RS232Handler::bind_command_table(CommandTable& table)
+{
+    QStringList problems;
+    for (const CatalogueEntry& entry : catalogue()) {
+        const Handler handler = handler_named(entry.handler);
+        const QString key = create_id(entry.command, entry.group);
+        if (!handler)
+            problems << key + ": no handler " + entry.handler;
+        else if (entry.group < 0 || entry.group >= Protocol::GROUP_COUNT || entry.command <= 0 || entry.command > 255)
+            problems << key + ": no such command";
+        else if (table[entry.group][entry.command])
+            problems << key + ": named twice";
+        else
+            table[entry.group][entry.command] = handler;
+    }
+    return problems;
 }
 
 QString RS232Handler::create_id(int command_id, int group_id)
@@ -161,22 +176,28 @@ QString RS232Handler::create_id(int command_id, int group_id)
     return QString("0x%1|0x%2").arg(command_id, 0, 16).arg(group_id, 0, 16);
 }
 
-void RS232Handler::register_handle(int command_id, int group_id, Handler handler)
+int RS232Handler::registered_count() const
 {
-    m_hHandlers.insert(create_id(command_id, group_id), handler);
+    int count = 0;
+    for (const auto& group : m_aHandlers) {
+        for (const Handler handler : group)
+            count += handler ? 1 : 0;
+    }
+    return count;
 }
 
 void RS232Handler::exec_func(RS232Message& message)
 {
-    const QString key = create_id(message.get_command_id(), message.get_group_id());
-    const auto entry = m_hHandlers.constFind(key);
-    if (entry == m_hHandlers.constEnd())
+    const unsigned char group = message.get_group_id();
+    const Handler handler = group < Protocol::GROUP_COUNT ? m_aHandlers[group][message.get_command_id()] : nullptr;
+    if (!handler)
         return;
 
     // The trailing " 30" is the same on every line (48 in hexadecimal).
     if (CEventLogger::wouldLog(CEventLogger::LOG_LEVEL_DEBUG))
-        TVX_LOG(CEventLogger::LOG_LEVEL_DEBUG, "handling " + key + QString(" %1").arg(48, 0, 16));
-    entry.value()(message);
+        TVX_LOG(CEventLogger::LOG_LEVEL_DEBUG, "handling " + create_id(message.get_command_id(), group)
+                                                   + QString(" %1").arg(48, 0, 16));
+    handler(message);
 }
 
 void RS232Handler::send_reply(RS232Message& request, const QByteArray& data)

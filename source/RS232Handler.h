@@ -1,12 +1,13 @@
 #ifndef RS232HANDLER_H
 #define RS232HANDLER_H
 
+#include "Protocol.h"
 #include "RS232Message.h"
 
 #include <QByteArray>
-#include <QHash>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 class CHolvardMeterCounterInterface;
 class CHolvardSysLocaleInterface;
@@ -31,26 +32,29 @@ class RS232Handler : public QObject
 
 public:
     typedef void (*Handler)(RS232Message&);
+    // Handlers by (group id, command id); null where no command is.
+    typedef Handler CommandTable[Protocol::GROUP_COUNT][256];
 
-    // One row of the command table: a handler under a range of command ids.
-    struct TableRow {
-        unsigned char group_id;
-        unsigned char first_command_id;
-        unsigned char last_command_id;
-        Handler handler;
+    struct NamedHandler {
         const char* name;
+        Handler handler;
     };
-    // The whole table, as the PC application's protocol defines it.
-    static const TableRow* command_table(int* rows);
+    // The handler of this name; null if there is none.
+    static Handler handler_named(const char* name);
+    static int handler_count();
+    // Fills the table from the command catalogue. Returns what keeps a pair
+    // from having exactly one handler (a name without a function, a pair
+    // named twice, a pair outside the groups); empty when all is well.
+    static QStringList bind_command_table(CommandTable& table);
 
     static RS232Handler* instance();
     ~RS232Handler() override;
 
     void init();
+    // "0x30|0x1": a command's key in the log.
     static QString create_id(int command_id, int group_id);
-    void register_handle(int command_id, int group_id, Handler handler);
     void exec_func(RS232Message& message);
-    int registered_count() const { return m_hHandlers.size(); }
+    int registered_count() const;
 
     void setTalvoxLocale(const QString& locale_code);
 
@@ -150,7 +154,7 @@ private:
     // overlay does not answer.
     int text_handle_by_id(int textId);
 
-    QHash<QString, Handler> m_hHandlers;
+    CommandTable m_aHandlers = {};
 
     CHolvardMeterCounterInterface* m_pMeterCounter;
     CHolvardSysLocaleInterface* m_pSysLocale;

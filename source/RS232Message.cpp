@@ -1,5 +1,7 @@
 #include "RS232Message.h"
 
+#include "Protocol.h"
+
 #include <cstring>
 
 RS232Message::RS232Message()
@@ -74,13 +76,13 @@ QByteArray RS232Message::to_frame() const
 {
     QByteArray frame;
     frame.reserve(m_baData.size() + 6);
-    frame.append(char(0x02));
+    frame.append(char(Protocol::STX));
     frame.append(char(m_ucCommandId));
     frame.append(char(m_ucGroupId));
     frame.append(char(m_ucLengthLo));
     frame.append(char(m_ucLengthHi));
     frame.append(m_baData);
-    frame.append(char(0x03));
+    frame.append(char(Protocol::ETX));
     return frame;
 }
 

@@ -1,10 +1,12 @@
 #include "RS232Receiver.h"
 
+#include "Protocol.h"
+
 namespace {
-const unsigned char STX = 0x02;
-const unsigned char ETX = 0x03;
-const unsigned char FIRST_PRINTABLE = 0x20;
-const unsigned char HIGHEST_GROUP = 2;
+using Protocol::ETX;
+using Protocol::FIRST_PRINTABLE;
+using Protocol::STX;
+const unsigned char HIGHEST_GROUP = Protocol::GROUP_COUNT - 1;
 }
 
 void RS232Receiver::receive(const QByteArray& chunk, RS232ReceiverSink& sink)

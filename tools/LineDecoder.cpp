@@ -1,12 +1,13 @@
 #include "LineDecoder.h"
 
 #include "CommandCatalogue.h"
+#include "Protocol.h"
 #include "ReplyDecoder.h"
 #include "RequestDecoder.h"
 
 namespace {
-const unsigned char ACK = 0x06;
-const unsigned char NAK = 0x15;
+using Protocol::ACK;
+using Protocol::NAK;
 const int HEADER_SIZE = 5; // STX, command id, group id, length lo, length hi
 const int QUERY_GROUP = 1;
 const int SETTING_GROUP = 2;

@@ -1,11 +1,13 @@
 #include "SerialLink.h"
 
+#include "Protocol.h"
+
 #include <QDeadlineTimer>
 
 
 namespace {
-const unsigned char ACK = 0x06;
-const unsigned char NAK = 0x15;
+using Protocol::ACK;
+using Protocol::NAK;
 
 // The controller's answer, read by the service's own receiver: ACK or NAK
 // stand alone outside any frame; the reply is the first frame after the ACK.

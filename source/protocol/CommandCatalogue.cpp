@@ -8,8 +8,11 @@ namespace {
 
 using R = RequestKind;
 using A = ReplyKind;
+using F = CommandFamily;
 
 struct Single {
+    CommandFamily family;
+    const char* handler;
     const char* name;
     int command;
     int group;
@@ -22,64 +25,64 @@ struct Single {
 
 const Single SINGLES[] = {
     // Group 0: actions and switches.
-    { "inclination up", 0x20, 0, "", R::None, A::Ack, "", "Inclination recording counts the meter counter up." },
-    { "inclination down", 0x21, 0, "", R::None, A::Ack, "", "Inclination recording counts the meter counter down." },
-    { "inclination start", 0x22, 0, "", R::None, A::Ack, "", "Starts inclination recording at the current meter counter." },
-    { "inclination stop", 0x23, 0, "", R::None, A::Ack, "", "Stops inclination recording." },
-    { "inclination reset", 0x24, 0, "", R::None, A::Ack, "", "Stops inclination recording, direction down, inclination 0, start mark at the current meter counter." },
-    { "videocounter start", 0x73, 0, "", R::None, A::Ack, "", "Starts the video counter on the overlay." },
-    { "videocounter stop", 0x74, 0, "", R::None, A::Ack, "", "Stops the video counter." },
-    { "videocounter start-again", 0x75, 0, "", R::None, A::Ack, "",
+    { F::Measurement, "fh_set_inclination_direction", "inclination up", 0x20, 0, "", R::None, A::Ack, "", "Inclination recording counts the meter counter up." },
+    { F::Measurement, "fh_set_inclination_direction", "inclination down", 0x21, 0, "", R::None, A::Ack, "", "Inclination recording counts the meter counter down." },
+    { F::Measurement, "fh_set_inclination_status", "inclination start", 0x22, 0, "", R::None, A::Ack, "", "Starts inclination recording at the current meter counter." },
+    { F::Measurement, "fh_set_inclination_status", "inclination stop", 0x23, 0, "", R::None, A::Ack, "", "Stops inclination recording." },
+    { F::Measurement, "fh_init_inclination", "inclination reset", 0x24, 0, "", R::None, A::Ack, "", "Stops inclination recording, direction down, inclination 0, start mark at the current meter counter." },
+    { F::VideoCounter, "fh_cmd_videocounter", "videocounter start", 0x73, 0, "", R::None, A::Ack, "", "Starts the video counter on the overlay." },
+    { F::VideoCounter, "fh_cmd_videocounter", "videocounter stop", 0x74, 0, "", R::None, A::Ack, "", "Stops the video counter." },
+    { F::VideoCounter, "fh_cmd_videocounter", "videocounter start-again", 0x75, 0, "", R::None, A::Ack, "",
       "A second start command: asks whether the counter runs, ignores the answer and starts it." },
-    { "overlay show", 0x80, 0, "", R::None, A::Ack, "", "Shows the whole overlay." },
-    { "overlay hide", 0x81, 0, "", R::None, A::Ack, "", "Hides the whole overlay." },
-    { "screen clear", 0x88, 0, "", R::None, A::Ack, "", "Clears the character screen; the cursor stays where it is." },
-    { "3d command 1", 0xD4, 0, "", R::None, A::Ack, "", "Sends the 3D sensor command (1, 1)." },
-    { "3d command 2", 0xD5, 0, "", R::None, A::Ack, "", "Sends the 3D sensor command (1, 2)." },
-    { "3d command 0", 0xD6, 0, "", R::None, A::Ack, "", "Sends the 3D sensor command (1, 0)." },
+    { F::TextScreen, "fh_overlay_visibility", "overlay show", 0x80, 0, "", R::None, A::Ack, "", "Shows the whole overlay." },
+    { F::TextScreen, "fh_overlay_visibility", "overlay hide", 0x81, 0, "", R::None, A::Ack, "", "Hides the whole overlay." },
+    { F::TextScreen, "fh_clear_screen", "screen clear", 0x88, 0, "", R::None, A::Ack, "", "Clears the character screen; the cursor stays where it is." },
+    { F::Measurement, "fh_cmd_3d_measurement", "3d command 1", 0xD4, 0, "", R::None, A::Ack, "", "Sends the 3D sensor command (1, 1)." },
+    { F::Measurement, "fh_cmd_3d_measurement", "3d command 2", 0xD5, 0, "", R::None, A::Ack, "", "Sends the 3D sensor command (1, 2)." },
+    { F::Measurement, "fh_cmd_3d_measurement", "3d command 0", 0xD6, 0, "", R::None, A::Ack, "", "Sends the 3D sensor command (1, 0)." },
 
     // Group 1: queries.
-    { "codec get", 0x01, 1, "", R::None, A::Codec, "character set", "Reads the character set of texts on the line." },
-    { "device data", 0x11, 1, "[<selector> <selector>]", R::Selector, A::DeviceData, "device data",
+    { F::System, "fh_get_codec", "codec get", 0x01, 1, "", R::None, A::Codec, "character set", "Reads the character set of texts on the line." },
+    { F::DeviceValue, "fh_get_device_data", "device data", 0x11, 1, "[<selector> <selector>]", R::Selector, A::DeviceData, "device data",
       "Reads a device item; only the selector pair 1 1 (camera module type) is known." },
-    { "date get", 0x40, 1, "", R::None, A::Date, "date", "Reads the controller's date." },
-    { "time get", 0x50, 1, "", R::None, A::Time, "time", "Reads the controller's time." },
-    { "videocounter get", 0x70, 1, "", R::None, A::VideoCounter, "video counter", "Reads the video counter from the overlay." },
-    { "statusline get", 0x90, 1, "<item 1-4>", R::Byte, A::StatusLineText, "status line",
+    { F::System, "fh_get_date_time", "date get", 0x40, 1, "", R::None, A::Date, "date", "Reads the controller's date." },
+    { F::System, "fh_get_date_time", "time get", 0x50, 1, "", R::None, A::Time, "time", "Reads the controller's time." },
+    { F::VideoCounter, "fh_get_videocounter", "videocounter get", 0x70, 1, "", R::None, A::VideoCounter, "video counter", "Reads the video counter from the overlay." },
+    { F::StatusLine, "fh_get_statusline", "statusline get", 0x90, 1, "<item 1-4>", R::Byte, A::StatusLineText, "status line",
       "Reads the text of a status line item (other values are taken as overlay text ids)." },
-    { "statusline state", 0x92, 1, "<item 1-4>", R::Byte, A::StatusLineState, "status line",
+    { F::StatusLine, "fh_get_statusline_state", "statusline state", 0x92, 1, "<item 1-4>", R::Byte, A::StatusLineState, "status line",
       "Reads colours and visibility of a status line item; no reply for other items." },
-    { "line get", 0x98, 1, "<line>", R::Byte, A::LineText, "line", "Reads a line of the character screen (1-based)." },
-    { "adconverter get", 0xB1, 1, "<channel>", R::Byte, A::Converter, "converter",
+    { F::TextScreen, "fh_get_line", "line get", 0x98, 1, "<line>", R::Byte, A::LineText, "line", "Reads a line of the character screen (1-based)." },
+    { F::DeviceValue, "fh_get_adconverter", "adconverter get", 0xB1, 1, "<channel>", R::Byte, A::Converter, "converter",
       "Reads an analogue converter channel; channel 0 is the inclination, the others read 0." },
-    { "3d data", 0xD4, 1, "", R::None, A::Measurement3D, "3D data", "Reads the latest 3D sensor data." },
-    { "version", 0xFE, 1, "", R::None, A::Text, "software version", "Reads the software version text." },
-    { "id", 0xFF, 1, "", R::None, A::Text, "software id", "Reads the software identity text." },
+    { F::Measurement, "fh_get_3d_measurement_data", "3d data", 0xD4, 1, "", R::None, A::Measurement3D, "3D data", "Reads the latest 3D sensor data." },
+    { F::System, "fh_get_softwareversion", "version", 0xFE, 1, "", R::None, A::Text, "software version", "Reads the software version text." },
+    { F::System, "fh_get_softwareid", "id", 0xFF, 1, "", R::None, A::Text, "software id", "Reads the software identity text." },
 
     // Group 2: settings.
-    { "codec set", 0x01, 2, "locale|utf8|utf16", R::Codec, A::Ack, "",
+    { F::System, "fh_set_codec", "codec set", 0x01, 2, "locale|utf8|utf16", R::Codec, A::Ack, "",
       "Selects the character set of texts on the line (talvox-pc follows it in a script)." },
-    { "inclination distance", 0x20, 2, "<number>", R::Integer, A::Ack, "",
+    { F::Measurement, "fh_set_inclination_distance", "inclination distance", 0x20, 2, "<number>", R::Integer, A::Ack, "",
       "Sets the inclination distance (the controller reads the upper 16 bits only, so it stores 0)." },
-    { "date set", 0x40, 2, "<YYYY-MM-DD>", R::Date, A::Ack, "", "Sets the controller's date and its hardware clock." },
-    { "time set", 0x50, 2, "<HH:MM:SS>", R::Time, A::Ack, "", "Sets the controller's time and its hardware clock." },
-    { "cursor set", 0x62, 2, "<column> <line>", R::Cursor, A::Ack, "", "Moves the cursor of the character screen (both 0-based)." },
-    { "videocounter set", 0x70, 2, "<hours> <minutes> <seconds> <frames>", R::VideoCounter, A::Ack, "",
+    { F::System, "fh_set_date_time", "date set", 0x40, 2, "<YYYY-MM-DD>", R::Date, A::Ack, "", "Sets the controller's date and its hardware clock." },
+    { F::System, "fh_set_date_time", "time set", 0x50, 2, "<HH:MM:SS>", R::Time, A::Ack, "", "Sets the controller's time and its hardware clock." },
+    { F::TextScreen, "fh_set_cursor", "cursor set", 0x62, 2, "<column> <line>", R::Cursor, A::Ack, "", "Moves the cursor of the character screen (both 0-based)." },
+    { F::VideoCounter, "fh_set_videocounter", "videocounter set", 0x70, 2, "<hours> <minutes> <seconds> <frames>", R::VideoCounter, A::Ack, "",
       "Sets the video counter." },
-    { "statusline set", 0x90, 2, "<item 1-4> [<text>]", R::ByteText, A::Ack, "",
+    { F::StatusLine, "fh_set_statusline", "statusline set", 0x90, 2, "<item 1-4> [<text>]", R::ByteText, A::Ack, "",
       "Writes the text of a status line item (items 5-255 are taken as overlay text ids, 0 does nothing)." },
-    { "line color", 0x92, 2, "<line>|cursor <foreground> <background>", R::LineColour, A::Ack, "",
+    { F::TextScreen, "fh_set_line_color", "line color", 0x92, 2, "<line>|cursor <foreground> <background>", R::LineColour, A::Ack, "",
       "Colours a line of the character screen (1-based), or with \"cursor\" the cursor's line and all later writing." },
-    { "screen write", 0x95, 2, "<text>", R::Text, A::Ack, "", "Writes a text at the cursor and moves the cursor on." },
-    { "line set", 0x98, 2, "<line> [<text>]", R::ByteText, A::Ack, "",
+    { F::TextScreen, "fh_set_text", "screen write", 0x95, 2, "<text>", R::Text, A::Ack, "", "Writes a text at the cursor and moves the cursor on." },
+    { F::TextScreen, "fh_set_line", "line set", 0x98, 2, "<line> [<text>]", R::ByteText, A::Ack, "",
       "Replaces a line of the character screen (1-based); without text it clears the line." },
-    { "statusline color", 0x99, 2, "<item 1-4> <foreground> <background>", R::ItemColours, A::Ack, "",
+    { F::StatusLine, "fh_set_statusline_color", "statusline color", 0x99, 2, "<item 1-4> <foreground> <background>", R::ItemColours, A::Ack, "",
       "Sets the colours of a status line item." },
-    { "3d position", 0xD4, 2, "<x> <y> <z>", R::StartPosition, A::Ack, "", "Sets the 3D sensor's start position." },
-    { "3d orientation", 0xD5, 2, "<a> <b>", R::StartOrientation, A::Ack, "", "Sets the 3D sensor's start orientation." },
-    { "screen temp", 0xD7, 2, "<first line> <duration> <text>...", R::TempText, A::Ack, "",
+    { F::Measurement, "fh_set_3d_measurement_start_position", "3d position", 0xD4, 2, "<x> <y> <z>", R::StartPosition, A::Ack, "", "Sets the 3D sensor's start position." },
+    { F::Measurement, "fh_set_3d_measurement_start_orientation", "3d orientation", 0xD5, 2, "<a> <b>", R::StartOrientation, A::Ack, "", "Sets the 3D sensor's start orientation." },
+    { F::TextScreen, "fh_start_temp_text", "screen temp", 0xD7, 2, "<first line> <duration> <text>...", R::TempText, A::Ack, "",
       "Shows up to five temporary lines (colours 1 on 13) that the overlay removes after the duration." },
-    { "text color", 0xE5, 2, "<unit text id> <foreground> <background>", R::UnitColour, A::Ack, "",
+    { F::UnitText, "fh_set_device_color", "text color", 0xE5, 2, "<unit text id> <foreground> <background>", R::UnitColour, A::Ack, "",
       "Sets the colours of a unit text." },
 };
 
@@ -159,12 +162,14 @@ void addUnitTexts(QVector<CatalogueEntry>& entries)
         const QString id = QString::number(unit.id);
         for (int action = 0; action < 3; ++action) {
             entries.append({ QStringLiteral("text %1 %2").arg(ACTIONS[action], id), unit.show + action, 0, QString(),
-                             R::None, A::Ack, QString(), QStringLiteral("%1 unit text %2.").arg(EFFECTS[action], id) });
+                             R::None, A::Ack, QString(), QStringLiteral("%1 unit text %2.").arg(EFFECTS[action], id),
+                             F::UnitText, "fh_sys_visibility" });
         }
         entries.append({ "text state " + id, unit.state, 1, QString(), R::None, A::UnitState, "unit text " + id,
-                         "Reads format, visibility and position of unit text " + id + "." });
+                         "Reads format, visibility and position of unit text " + id + ".", F::UnitText,
+                         "fh_get_unit_state" });
         entries.append({ "text position " + id, unit.position, 2, "<x> <y>", R::Position, A::Ack, QString(),
-                         "Moves unit text " + id + "." });
+                         "Moves unit text " + id + ".", F::UnitText, "fh_set_unit_position" });
     }
 }
 
@@ -177,27 +182,35 @@ void addStatusLineSwitches(QVector<CatalogueEntry>& entries)
         for (int action = 0; action < 3; ++action) {
             entries.append({ QStringLiteral("statusline %1 %2").arg(ACTIONS[action]).arg(item),
                              STATUS_LINE_SWITCH_BASE + 3 * (item - 1) + action, 0, QString(), R::None, A::Ack, QString(),
-                             QStringLiteral("%1 status line item %2 (overlay text %3).").arg(EFFECTS[action]).arg(item).arg(text) });
+                             QStringLiteral("%1 status line item %2 (overlay text %3).").arg(EFFECTS[action]).arg(item).arg(text),
+                             F::StatusLine, "fh_sta_visibility" });
         }
     }
     for (int n = 1; n <= STATUS_BGCOLOR_COUNT; ++n) {
         entries.append({ QStringLiteral("statusline bgcolor %1").arg(n), STATUS_BGCOLOR_BASE + n - 1, 0, QString(), R::None,
-                         A::Ack, QString(), "Not implemented by the controller: acknowledged, nothing changes." });
+                         A::Ack, QString(), "Not implemented by the controller: acknowledged, nothing changes.",
+                         F::StatusLine, "fh_sta_bgcolor" });
     }
 }
 
 void addMeterCounters(QVector<CatalogueEntry>& entries)
 {
+    static const char* const GET[] = { "fh_get_metercounter_1", "fh_get_metercounter_2", "fh_get_metercounter_3" };
+    static const char* const SET[] = { "fh_set_metercounter_1", "fh_set_metercounter_2", "fh_set_metercounter_3" };
     for (const MeterCounter& counter : METER_COUNTERS) {
         const QString n = QString::number(counter.number);
         entries.append({ "metercounter get " + n, counter.get, 1, QString(), R::None, A::Metres, "meter counter " + n,
-                         "Reads meter counter " + n + " in metres (feet under a US locale)." });
+                         "Reads meter counter " + n + " in metres (feet under a US locale).", F::MeterCounter,
+                         GET[counter.number - 1] });
         entries.append({ "metercounter set " + n, counter.set, 2, "<value>", R::Float, A::Ack, QString(),
-                         "Sets meter counter " + n + " in metres (feet under a US locale)." });
+                         "Sets meter counter " + n + " in metres (feet under a US locale).", F::MeterCounter,
+                         SET[counter.number - 1] });
         entries.append({ "metercounter wheel " + n, counter.wheelLength, 1, QString(), R::None, A::Float,
-                         "wheel length", "Reads the wheel length: always 200, never converted to feet." });
+                         "wheel length", "Reads the wheel length: always 200, never converted to feet.", F::MeterCounter,
+                         "fh_get_metercounter_wheel_length" });
         entries.append({ "metercounter resolution " + n, counter.resolution, 1, QString(), R::None, A::Integer,
-                         "resolution", "Reads the resolution: the constant 20 in the two-byte integer form, which reads as 0." });
+                         "resolution", "Reads the resolution: the constant 20 in the two-byte integer form, which reads as 0.",
+                         F::MeterCounter, "fh_get_metercounter_resolution" });
     }
 }
 
@@ -205,7 +218,8 @@ void addDeviceValues(QVector<CatalogueEntry>& entries)
 {
     for (const DeviceValue& value : DEVICE_VALUES) {
         entries.append({ "device value " + hex(value.command), value.command, 1, QString(), R::None, A::Float,
-                         value.subject, QStringLiteral("Reads the %1.").arg(value.subject) });
+                         value.subject, QStringLiteral("Reads the %1.").arg(value.subject), F::DeviceValue,
+                         "fh_get_device_value" });
     }
 }
 
@@ -214,7 +228,7 @@ QVector<CatalogueEntry> build()
     QVector<CatalogueEntry> entries;
     for (const Single& single : SINGLES) {
         entries.append({ single.name, single.command, single.group, single.arguments, single.request, single.reply,
-                         single.subject, single.effect });
+                         single.subject, single.effect, single.family, single.handler });
     }
     addUnitTexts(entries);
     addStatusLineSwitches(entries);

@@ -48,7 +48,11 @@ enum class ReplyKind {
     Text
 };
 
-// One (command id, group id) of the protocol under a readable name.
+// The command families, as the controller's handlers are grouped.
+enum class CommandFamily { System, TextScreen, StatusLine, UnitText, MeterCounter, DeviceValue, VideoCounter, Measurement };
+
+// One (command id, group id) of the protocol under a readable name, with the
+// layout of its request and reply and the controller's handler for it.
 struct CatalogueEntry {
     QString name;       // fixed words, e.g. "metercounter get 1"
     int command;
@@ -58,10 +62,12 @@ struct CatalogueEntry {
     ReplyKind reply;
     QString subject;    // what a reply is about, e.g. "meter counter 1"
     QString effect;     // one sentence for the list and the reference
+    CommandFamily family;
+    const char* handler; // the controller's handler, e.g. "fh_get_metercounter_1"
 };
 
-// The whole catalogue, every (command id, group id) of the controller's
-// command table under exactly one name.
+// The whole protocol, every (command id, group id) the controller handles
+// under exactly one name. Adding a command is one entry here and its handler.
 const QVector<CatalogueEntry>& catalogue();
 
 // The entry whose name is the longest prefix of `words` (case-insensitive);
