@@ -85,6 +85,9 @@ int CTextLinesManager::obtainAdjacentText(unsigned char column, unsigned char li
     for (auto it = m_pLineTexts->constFind(line); it != m_pLineTexts->constEnd() && it.key() == line; ++it) {
         const int handle = int(it.value());
         const QVariantList position = waited_list(m_rOverlay.get_text_position(handle));
+        // Unknown whether a text ends here: starting one could hide it.
+        if (bus_command_timed_out())
+            return 0;
         if (position.size() == POSITION_SIZE && low8(position.at(2)) == column) {
             if (handle != 0)
                 return handle;
@@ -97,6 +100,8 @@ int CTextLinesManager::obtainAdjacentText(unsigned char column, unsigned char li
 int CTextLinesManager::createTextAt(unsigned char column, unsigned char line, int foreground, int background)
 {
     const int handle = waited(m_rOverlay.create_text());
+    if (bus_command_timed_out())
+        return 0;
     m_rOverlay.set_text_position(handle, column, line);
     m_rOverlay.set_text_colors(handle, foreground, background);
     m_rOverlay.show_text(handle);
@@ -108,8 +113,13 @@ void CTextLinesManager::writeChar(const QChar& character)
 {
     const int handle = obtainAdjacentText(m_cursor.column, m_cursor.line);
     QString text = waited(m_rOverlay.get_text_string(handle));
-    text.append(character);
-    m_rOverlay.set_text_string(handle, text);
+    // A string not read in time must not be overwritten with this character
+    // alone; the character is lost like any other failed call's, the cursor
+    // still advances as the PC expects.
+    if (!bus_command_timed_out()) {
+        text.append(character);
+        m_rOverlay.set_text_string(handle, text);
+    }
     incCursorPos();
 }
 
@@ -125,8 +135,10 @@ void CTextLinesManager::writeText(const QString& text)
     // the cursor wraps.
     const int handle = obtainAdjacentText(m_cursor.column, m_cursor.line);
     QString current = waited(m_rOverlay.get_text_string(handle));
-    current.append(text);
-    m_rOverlay.set_text_string(handle, current);
+    if (!bus_command_timed_out()) {
+        current.append(text);
+        m_rOverlay.set_text_string(handle, current);
+    }
     incCursorPos(text.length());
 }
 
@@ -178,10 +190,15 @@ void CTextLinesManager::setTextLineStr(unsigned char line, const QString& text)
             return;
         }
     }
+    // What the line holds is not known: leave it as it is.
+    if (bus_command_timed_out())
+        return;
     if (!texts.isEmpty())
         clearTextLine(line);
 
     const int handle = waited(m_rOverlay.create_text());
+    if (bus_command_timed_out())
+        return;
     m_pLineTexts->insert(line, quint32(handle));
     m_rOverlay.set_text_position(handle, 0, line);
     m_rOverlay.set_text_colors(handle, foreground, background);

@@ -27,6 +27,7 @@ template <typename Proxy>
 Proxy* createProxy(const char* service, const char* path, QObject* parent, const char* failureText)
 {
     Proxy* proxy = new Proxy(service, path, QDBusConnection::systemBus(), parent);
+    limit_call_time(*proxy);
     if (!proxy->isValid())
         CEventLogger::logMessage(CEventLogger::LOG_LEVEL_ERROR, failureText);
     return proxy;
@@ -100,6 +101,7 @@ RS232Handler::RS232Handler()
 
     m_pVideoOverlay = createProxy<CQuorendVideoOverlayInterface>(
         QUOREND, "/videooverlay", this, "Could not create dbus interface 'local.vemo.quorend/videooverlay'!");
+    begin_bus_command();
     m_pTextLines = new CTextLinesManager(*m_pVideoOverlay);
 
     m_pDeviceStatus = createProxy<CTravendDeviceStatusInterface>(
@@ -112,6 +114,7 @@ RS232Handler::RS232Handler()
 
     connect_signals_by_name();
 
+    begin_bus_command();
     setTalvoxLocale(waited_by_name(*m_pSysLocale, "get_locale").toString());
 }
 
@@ -176,6 +179,7 @@ void RS232Handler::exec_func(RS232Message& message)
     // The trailing " 30" is the same on every line (48 in hexadecimal).
     if (CEventLogger::wouldLog(CEventLogger::LOG_LEVEL_DEBUG))
         TVX_LOG(CEventLogger::LOG_LEVEL_DEBUG, "handling " + key + QString(" %1").arg(48, 0, 16));
+    begin_bus_command();
     entry.value()(message);
 }
 
