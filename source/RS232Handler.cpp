@@ -10,6 +10,7 @@
 #include "CTravendDeviceControlInterface.h"
 #include "CTravendDeviceEventsInterface.h"
 #include "CTravendDeviceStatusInterface.h"
+#include "talvox.h"
 
 #include <QDBusConnection>
 #include <cmath>
@@ -22,6 +23,13 @@ const char* const QUOREND = "local.vemo.quorend";
 const char* const TRAVEND = "local.vemo.travend";
 
 const float DEGREES_TO_RADIANS = 0.017453292f;
+
+// The bus library's own signal when the connection to the bus daemon breaks.
+const char* const LOCAL_PATH = "/org/freedesktop/DBus/Local";
+const char* const LOCAL_INTERFACE = "org.freedesktop.DBus.Local";
+// Ends the process so that the service manager starts it on the new bus: the
+// connection is not re-established and signal subscriptions would be lost.
+const int EXIT_BUS_LOST = 9;
 
 template <typename Proxy>
 Proxy* createProxy(const char* service, const char* path, QObject* parent, const char* failureText)
@@ -77,6 +85,7 @@ RS232Handler::RS232Handler()
     , m_d3DZ(0.0)
 {
     QDBusConnection bus = QDBusConnection::systemBus();
+    bus.connect(QString(), LOCAL_PATH, LOCAL_INTERFACE, "Disconnected", this, SLOT(onBusDisconnected()));
 
     m_pMeterCounter = createProxy<CHolvardMeterCounterInterface>(
         HOLVARD, "/metercounter", this, "Could not create dbus interface 'local.vemo.holvard/metercounter'!");
@@ -192,6 +201,12 @@ void RS232Handler::send_reply(RS232Message& request, const QByteArray& data)
 int RS232Handler::text_handle_by_id(int textId)
 {
     return waited(m_pVideoOverlay->get_text_handle_by_id(textId));
+}
+
+void RS232Handler::onBusDisconnected()
+{
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_ERROR, "lost the system bus connection");
+    app_exit(EXIT_BUS_LOST);
 }
 
 void RS232Handler::onCrawlerPitch(double dPitch)

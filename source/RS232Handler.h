@@ -126,6 +126,7 @@ public:
     static void fh_set_inclination_distance(RS232Message& message);
 
 private slots:
+    void onBusDisconnected();
     void onCrawlerPitch(double dPitch);
     void onMeterCounterChanged(double dMeterValue);
     void onSatMeterCounterChanged(double dMeterValue);

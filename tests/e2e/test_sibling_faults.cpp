@@ -71,6 +71,18 @@ private slots:
         QCOMPARE(readLine(6, 1000), QByteArray("HELLO"));
         QCOMPARE(createdTexts(), 1);
     }
+
+    // The bus daemon dies: the service says so and ends with exit code 9 and without its lock file, for the
+    // service manager to start it again on the new bus.
+    void busLossEndsTheService()
+    {
+        start();
+        QVERIFY(QFile::exists(rig->lockFilePath()));
+        QVERIFY(rig->killBus());
+        QCOMPARE(rig->waitForExit(3000), 9);
+        QVERIFY(rig->serviceLog().contains("lost the system bus connection"));
+        QVERIFY(!QFile::exists(rig->lockFilePath()));
+    }
 };
 
 QTEST_GUILESS_MAIN(TestSiblingFaults)
