@@ -25,9 +25,33 @@ CTextLinesManager::CTextLinesManager(CQuorendVideoOverlayInterface& overlay)
     , m_pLineTexts(new QMultiMap<unsigned char, quint32>)
     , m_eCursorForeground(OVERLAY_COLOR_1)
     , m_eCursorBackground(OVERLAY_COLOR_13)
+    , m_ucLineWidth(0)
+    , m_ucLineCount(0)
+    , m_bGeometryKnown(false)
 {
-    m_ucLineWidth = static_cast<unsigned char>(waited(m_rOverlay.get_max_text_line_width()));
-    m_ucLineCount = static_cast<unsigned char>(waited(m_rOverlay.get_max_text_line_count()));
+    readGeometry();
+}
+
+void CTextLinesManager::readGeometry()
+{
+    QDBusPendingReply<int> width = m_rOverlay.get_max_text_line_width();
+    m_ucLineWidth = static_cast<unsigned char>(waited(width));
+    QDBusPendingReply<int> count = m_rOverlay.get_max_text_line_count();
+    m_ucLineCount = static_cast<unsigned char>(waited(count));
+    // Until both are answered the size counts as 0 x 0 and is asked again.
+    m_bGeometryKnown = width.isValid() && count.isValid();
+}
+
+void CTextLinesManager::ensureGeometry()
+{
+    if (!m_bGeometryKnown)
+        readGeometry();
+}
+
+void CTextLinesManager::forgetOverlay()
+{
+    m_pLineTexts->clear();
+    m_bGeometryKnown = false;
 }
 
 CTextLinesManager::~CTextLinesManager()
@@ -53,16 +77,19 @@ int CTextLinesManager::getTextIdFromLine(unsigned char line) const
 
 void CTextLinesManager::setCursorPos(unsigned char column, unsigned char line)
 {
+    ensureGeometry();
     m_cursor.place(column, line, m_ucLineWidth, m_ucLineCount);
 }
 
 void CTextLinesManager::incCursorPos()
 {
+    ensureGeometry();
     m_cursor.advance(m_ucLineWidth, m_ucLineCount);
 }
 
 void CTextLinesManager::incCursorPos(int count)
 {
+    ensureGeometry();
     m_cursor.advance(count, m_ucLineWidth, m_ucLineCount);
 }
 
@@ -149,6 +176,7 @@ int CTextLinesManager::fixedTextHandle(int textId)
 
 QString CTextLinesManager::getTextLineStr(unsigned char line)
 {
+    ensureGeometry();
     const int textId = getTextIdFromLine(line);
     if (textId != 0)
         return waited(m_rOverlay.get_text_string(fixedTextHandle(textId)));
@@ -162,6 +190,7 @@ QString CTextLinesManager::getTextLineStr(unsigned char line)
 
 void CTextLinesManager::setTextLineStr(unsigned char line, const QString& text)
 {
+    ensureGeometry();
     const int textId = getTextIdFromLine(line);
     if (textId != 0) {
         m_rOverlay.set_text_string(fixedTextHandle(textId), text);
@@ -209,6 +238,7 @@ void CTextLinesManager::setTextLineStr(unsigned char line, const QString& text)
 
 void CTextLinesManager::clearTextLine(unsigned char line)
 {
+    ensureGeometry();
     const int textId = getTextIdFromLine(line);
     if (textId != 0) {
         m_rOverlay.set_text_string(fixedTextHandle(textId), QString());

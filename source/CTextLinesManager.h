@@ -47,6 +47,12 @@ public:
     void clearTextLine(unsigned char line);
     void clearScreen();
 
+    // The overlay service stopped or another instance took its name: its text
+    // objects are gone. Forgets their handles (a new instance hands the same
+    // numbers out again, to other texts) and reads the screen size again on
+    // next use. The cursor and its colours stay: they are the PC's.
+    void forgetOverlay();
+
     unsigned char cursorColumn() const { return m_cursor.column; }
     unsigned char cursorLine() const { return m_cursor.line; }
     EOverlayTextColor cursorForeground() const { return m_eCursorForeground; }
@@ -55,6 +61,10 @@ public:
     unsigned char lineCount() const { return m_ucLineCount; }
 
 private:
+    // The screen size is read at construction and, while unknown (the overlay
+    // did not answer), again before each use.
+    void readGeometry();
+    void ensureGeometry();
     int fixedTextHandle(int textId);
     int createTextAt(unsigned char column, unsigned char line, int foreground, int background);
 
@@ -67,6 +77,7 @@ private:
     EOverlayTextColor m_eCursorBackground;
     unsigned char m_ucLineWidth;
     unsigned char m_ucLineCount;
+    bool m_bGeometryKnown;
 };
 
 #endif

@@ -13,6 +13,7 @@
 #include "talvox.h"
 
 #include <QDBusConnection>
+#include <QDBusServiceWatcher>
 #include <cmath>
 
 RS232Handler* RS232Handler::m_pcInstance = nullptr;
@@ -86,6 +87,13 @@ RS232Handler::RS232Handler()
 {
     QDBusConnection bus = QDBusConnection::systemBus();
     bus.connect(QString(), LOCAL_PATH, LOCAL_INTERFACE, "Disconnected", this, SLOT(onBusDisconnected()));
+
+    // Watched before anything is read from them, so that no restart between
+    // a read and the watch goes unnoticed. The device bus service is not
+    // watched: nothing read from it is kept.
+    QDBusServiceWatcher* siblings = new QDBusServiceWatcher(QUOREND, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+    siblings->addWatchedService(HOLVARD);
+    connect(siblings, &QDBusServiceWatcher::serviceOwnerChanged, this, &RS232Handler::onSiblingOwnerChanged);
 
     m_pMeterCounter = createProxy<CHolvardMeterCounterInterface>(
         HOLVARD, "/metercounter", this, "Could not create dbus interface 'local.vemo.holvard/metercounter'!");
@@ -207,6 +215,24 @@ void RS232Handler::onBusDisconnected()
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_ERROR, "lost the system bus connection");
     app_exit(EXIT_BUS_LOST);
+}
+
+void RS232Handler::onSiblingOwnerChanged(const QString& service, const QString&, const QString& newOwner)
+{
+    TVX_LOG(CEventLogger::LOG_LEVEL_NOTICE,
+            service + (newOwner.isEmpty() ? " left the bus" : " is on the bus as " + newOwner));
+    if (service == QUOREND) {
+        m_pTextLines->forgetOverlay();
+        return;
+    }
+    // The system management service: its locale, read again from the new
+    // instance; an instance that does not answer leaves the locale as it was.
+    if (newOwner.isEmpty())
+        return;
+    begin_bus_command();
+    const QVariant locale = waited_by_name(*m_pSysLocale, "get_locale");
+    if (locale.isValid())
+        setTalvoxLocale(locale.toString());
 }
 
 void RS232Handler::onCrawlerPitch(double dPitch)

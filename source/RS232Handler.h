@@ -127,6 +127,7 @@ public:
 
 private slots:
     void onBusDisconnected();
+    void onSiblingOwnerChanged(const QString& service, const QString& oldOwner, const QString& newOwner);
     void onCrawlerPitch(double dPitch);
     void onMeterCounterChanged(double dMeterValue);
     void onSatMeterCounterChanged(double dMeterValue);

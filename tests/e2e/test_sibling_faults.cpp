@@ -72,6 +72,49 @@ private slots:
         QCOMPARE(createdTexts(), 1);
     }
 
+    // The simulator is killed and started again: the new overlay has none of the old texts and hands
+    // their handles out again, so the old ones are forgotten; screen size and locale are read afresh.
+    void restartedSiblingIsReadAfresh()
+    {
+        RigOptions options;
+        options.locale = "en_US"; // feet; the new simulator's de_DE: metres
+        start(options);
+        QVERIFY(rig->emitSignal("meter_counter_changed", { 10.0 }));
+        QTRY_COMPARE(rig->query(METERCOUNTER_GET, 1).toHex(), QByteArray("42033333")); // 32.8 ft
+        QVERIFY(setLine(6, "old5") && setLine(7, "old6"));
+
+        QVERIFY(rig->killSimulator());
+        QCOMPARE(rig->query(VIDEOCOUNTER_GET, 1).toHex(), QByteArray("63636363")); // gone: "no value"
+        QVERIFY(rig->startSimulator());
+        rig->sim("set_screen_size", { 30, 10 });
+
+        QVERIFY(setLine(7, "NEW6"));
+        QCOMPARE(readLine(6, 1000), QByteArray());
+        QCOMPARE(readLine(7), QByteArray("NEW6"));
+        QCOMPARE(createdTexts(), 1);
+        // Ten lines: a cursor below line 8 stays on line 8.
+        QVERIFY(cursor(0, 12) && type("Z"));
+        QCOMPARE(textsOn(8).size(), 1);
+        QCOMPARE(textOf(textsOn(8).value(0)), QString("Z"));
+        // The meter counter value is the pushed one; only its unit follows the new locale.
+        QTRY_COMPARE(rig->query(METERCOUNTER_GET, 1).toHex(), QByteArray("41200000"));
+    }
+
+    // talvox starts before the sibling services: the screen size is read on first use once the overlay is there.
+    void lateSiblingIsReadOnFirstUse()
+    {
+        RigOptions options;
+        options.lateSimulator = true;
+        start(options);
+        QCOMPARE(rig->query(VIDEOCOUNTER_GET, 1).toHex(), QByteArray("63636363"));
+        QVERIFY(rig->startSimulator());
+
+        QVERIFY(cursor(0, 5) && type("ab"));
+        QCOMPARE(textsOn(5).size(), 1);
+        QCOMPARE(textOf(textsOn(5).value(0)), QString("ab"));
+        QCOMPARE(rig->query(VIDEOCOUNTER_GET, 1, {}, 1000).toHex(), QByteArray("00000000"));
+    }
+
     // The bus daemon dies: the service says so and ends with exit code 9 and without its lock file, for the
     // service manager to start it again on the new bus.
     void busLossEndsTheService()
