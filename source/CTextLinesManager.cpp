@@ -51,6 +51,7 @@ void CTextLinesManager::ensureGeometry()
 void CTextLinesManager::forgetOverlay()
 {
     m_pLineTexts->clear();
+    m_textSpans.clear();
     m_bGeometryKnown = false;
 }
 
@@ -133,7 +134,37 @@ int CTextLinesManager::createTextAt(unsigned char column, unsigned char line, in
     m_rOverlay.set_text_colors(handle, foreground, background);
     m_rOverlay.show_text(handle);
     m_pLineTexts->insert(line, quint32(handle));
+    if (handle != 0)
+        m_textSpans.insert(quint32(handle), TextSpan { column, 0 });
     return handle;
+}
+
+void CTextLinesManager::noteLength(int handle, int length)
+{
+    const auto span = m_textSpans.find(quint32(handle));
+    if (span != m_textSpans.end())
+        span->length = length;
+}
+
+void CTextLinesManager::dropTextsCoveredBy(int handle, unsigned char line)
+{
+    // Off the screen nothing is drawn over anything.
+    const auto top = m_textSpans.constFind(quint32(handle));
+    if (top == m_textSpans.constEnd() || !m_bGeometryKnown || line >= m_ucLineCount)
+        return;
+    // The line's texts come most recent first: those after this one lie below it.
+    bool below = false;
+    for (auto it = m_pLineTexts->find(line); it != m_pLineTexts->end() && it.key() == line;) {
+        const auto span = m_textSpans.constFind(it.value());
+        if (below && span != m_textSpans.constEnd() && span->coveredBy(*top)) {
+            m_rOverlay.destroy_text(int(it.value()));
+            m_textSpans.erase(span);
+            it = m_pLineTexts->erase(it);
+            continue;
+        }
+        below = below || int(it.value()) == handle;
+        ++it;
+    }
 }
 
 void CTextLinesManager::writeChar(const QChar& character)
@@ -146,6 +177,8 @@ void CTextLinesManager::writeChar(const QChar& character)
     if (!bus_command_timed_out()) {
         text.append(character);
         m_rOverlay.set_text_string(handle, text);
+        noteLength(handle, text.length());
+        dropTextsCoveredBy(handle, m_cursor.line);
     }
     incCursorPos();
 }
@@ -165,6 +198,8 @@ void CTextLinesManager::writeText(const QString& text)
     if (!bus_command_timed_out()) {
         current.append(text);
         m_rOverlay.set_text_string(handle, current);
+        noteLength(handle, current.length());
+        dropTextsCoveredBy(handle, m_cursor.line);
     }
     incCursorPos(text.length());
 }
@@ -216,6 +251,8 @@ void CTextLinesManager::setTextLineStr(unsigned char line, const QString& text)
         const QVariantList position = waited_list(m_rOverlay.get_text_position(handle));
         if (position.size() == POSITION_SIZE && low8(position.at(0)) == 0) {
             m_rOverlay.set_text_string(handle, text);
+            if (handle != 0)
+                m_textSpans.insert(quint32(handle), TextSpan { 0, text.length() });
             return;
         }
     }
@@ -229,6 +266,8 @@ void CTextLinesManager::setTextLineStr(unsigned char line, const QString& text)
     if (bus_command_timed_out())
         return;
     m_pLineTexts->insert(line, quint32(handle));
+    if (handle != 0)
+        m_textSpans.insert(quint32(handle), TextSpan { 0, text.length() });
     m_rOverlay.set_text_position(handle, 0, line);
     m_rOverlay.set_text_colors(handle, foreground, background);
     m_rOverlay.set_text_string(handle, text);
@@ -248,6 +287,7 @@ void CTextLinesManager::clearTextLine(unsigned char line)
     for (auto it = m_pLineTexts->begin(); it != m_pLineTexts->end();) {
         if (it.key() == line) {
             m_rOverlay.destroy_text(int(it.value()));
+            m_textSpans.remove(it.value());
             it = m_pLineTexts->erase(it);
         } else {
             ++it;
@@ -260,4 +300,5 @@ void CTextLinesManager::clearScreen()
     for (auto it = m_pLineTexts->constBegin(); it != m_pLineTexts->constEnd(); ++it)
         m_rOverlay.destroy_text(int(it.value()));
     m_pLineTexts->clear();
+    m_textSpans.clear();
 }
