@@ -70,6 +70,7 @@ private:
     struct TextSpan {
         unsigned char begin;
         int length;
+        // Whether `top`, drawn above this text, hides every character of it.
         bool coveredBy(const TextSpan& top) const
         {
             return length > 0 && begin >= top.begin && begin + length <= top.begin + top.length;

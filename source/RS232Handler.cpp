@@ -91,7 +91,7 @@ RS232Handler::RS232Handler()
     // Watched before anything is read from them, so that no restart between
     // a read and the watch goes unnoticed. The device bus service is not
     // watched: nothing read from it is kept.
-    QDBusServiceWatcher* siblings = new QDBusServiceWatcher(QUOREND, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+    auto* siblings = new QDBusServiceWatcher(QUOREND, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
     siblings->addWatchedService(HOLVARD);
     connect(siblings, &QDBusServiceWatcher::serviceOwnerChanged, this, &RS232Handler::onSiblingOwnerChanged);
 
