@@ -123,3 +123,8 @@ QList<int> ControlObject::texts_on_line(int line)
 {
     return m_simulator.state().overlay.texts.created_on_line(line);
 }
+
+int ControlObject::created_text_count()
+{
+    return int(m_simulator.state().overlay.texts.created().size());
+}

@@ -30,6 +30,7 @@ public:
     QString text_by_id(int id, int& column, int& line, int& foreground, int& background,
                        bool& visible, int& format, bool& exists);
     QList<int> texts_on_line(int line);
+    int created_text_count();
 
 private:
     Simulator& m_simulator;

@@ -25,9 +25,34 @@ CTextLinesManager::CTextLinesManager(CQuorendVideoOverlayInterface& overlay)
     , m_pLineTexts(new QMultiMap<unsigned char, quint32>)
     , m_eCursorForeground(OVERLAY_COLOR_1)
     , m_eCursorBackground(OVERLAY_COLOR_13)
+    , m_ucLineWidth(0)
+    , m_ucLineCount(0)
+    , m_bGeometryKnown(false)
 {
-    m_ucLineWidth = static_cast<unsigned char>(waited(m_rOverlay.get_max_text_line_width()));
-    m_ucLineCount = static_cast<unsigned char>(waited(m_rOverlay.get_max_text_line_count()));
+    readGeometry();
+}
+
+void CTextLinesManager::readGeometry()
+{
+    QDBusPendingReply<int> width = m_rOverlay.get_max_text_line_width();
+    m_ucLineWidth = static_cast<unsigned char>(waited(width));
+    QDBusPendingReply<int> count = m_rOverlay.get_max_text_line_count();
+    m_ucLineCount = static_cast<unsigned char>(waited(count));
+    // Until both are answered the size counts as 0 x 0 and is asked again.
+    m_bGeometryKnown = width.isValid() && count.isValid();
+}
+
+void CTextLinesManager::ensureGeometry()
+{
+    if (!m_bGeometryKnown)
+        readGeometry();
+}
+
+void CTextLinesManager::forgetOverlay()
+{
+    m_pLineTexts->clear();
+    m_textSpans.clear();
+    m_bGeometryKnown = false;
 }
 
 CTextLinesManager::~CTextLinesManager()
@@ -53,16 +78,19 @@ int CTextLinesManager::getTextIdFromLine(unsigned char line) const
 
 void CTextLinesManager::setCursorPos(unsigned char column, unsigned char line)
 {
+    ensureGeometry();
     m_cursor.place(column, line, m_ucLineWidth, m_ucLineCount);
 }
 
 void CTextLinesManager::incCursorPos()
 {
+    ensureGeometry();
     m_cursor.advance(m_ucLineWidth, m_ucLineCount);
 }
 
 void CTextLinesManager::incCursorPos(int count)
 {
+    ensureGeometry();
     m_cursor.advance(count, m_ucLineWidth, m_ucLineCount);
 }
 
@@ -85,6 +113,9 @@ int CTextLinesManager::obtainAdjacentText(unsigned char column, unsigned char li
     for (auto it = m_pLineTexts->constFind(line); it != m_pLineTexts->constEnd() && it.key() == line; ++it) {
         const int handle = int(it.value());
         const QVariantList position = waited_list(m_rOverlay.get_text_position(handle));
+        // Unknown whether a text ends here: starting one could hide it.
+        if (bus_command_timed_out())
+            return 0;
         if (position.size() == POSITION_SIZE && low8(position.at(2)) == column) {
             if (handle != 0)
                 return handle;
@@ -97,19 +128,58 @@ int CTextLinesManager::obtainAdjacentText(unsigned char column, unsigned char li
 int CTextLinesManager::createTextAt(unsigned char column, unsigned char line, int foreground, int background)
 {
     const int handle = waited(m_rOverlay.create_text());
+    if (bus_command_timed_out())
+        return 0;
     m_rOverlay.set_text_position(handle, column, line);
     m_rOverlay.set_text_colors(handle, foreground, background);
     m_rOverlay.show_text(handle);
     m_pLineTexts->insert(line, quint32(handle));
+    if (handle != 0)
+        m_textSpans.insert(quint32(handle), TextSpan { column, 0 });
     return handle;
+}
+
+void CTextLinesManager::noteLength(int handle, int length)
+{
+    const auto span = m_textSpans.find(quint32(handle));
+    if (span != m_textSpans.end())
+        span->length = length;
+}
+
+void CTextLinesManager::dropTextsCoveredBy(int handle, unsigned char line)
+{
+    // Off the screen nothing is drawn over anything.
+    const auto top = m_textSpans.constFind(quint32(handle));
+    if (top == m_textSpans.constEnd() || !m_bGeometryKnown || line >= m_ucLineCount)
+        return;
+    // The line's texts come most recent first: those after this one lie below it.
+    bool below = false;
+    for (auto it = m_pLineTexts->find(line); it != m_pLineTexts->end() && it.key() == line;) {
+        const auto span = m_textSpans.constFind(it.value());
+        if (below && span != m_textSpans.constEnd() && span->coveredBy(*top)) {
+            m_rOverlay.destroy_text(int(it.value()));
+            m_textSpans.erase(span);
+            it = m_pLineTexts->erase(it);
+            continue;
+        }
+        below = below || int(it.value()) == handle;
+        ++it;
+    }
 }
 
 void CTextLinesManager::writeChar(const QChar& character)
 {
     const int handle = obtainAdjacentText(m_cursor.column, m_cursor.line);
     QString text = waited(m_rOverlay.get_text_string(handle));
-    text.append(character);
-    m_rOverlay.set_text_string(handle, text);
+    // A string not read in time must not be overwritten with this character
+    // alone; the character is lost like any other failed call's, the cursor
+    // still advances as the PC expects.
+    if (!bus_command_timed_out()) {
+        text.append(character);
+        m_rOverlay.set_text_string(handle, text);
+        noteLength(handle, text.length());
+        dropTextsCoveredBy(handle, m_cursor.line);
+    }
     incCursorPos();
 }
 
@@ -125,8 +195,12 @@ void CTextLinesManager::writeText(const QString& text)
     // the cursor wraps.
     const int handle = obtainAdjacentText(m_cursor.column, m_cursor.line);
     QString current = waited(m_rOverlay.get_text_string(handle));
-    current.append(text);
-    m_rOverlay.set_text_string(handle, current);
+    if (!bus_command_timed_out()) {
+        current.append(text);
+        m_rOverlay.set_text_string(handle, current);
+        noteLength(handle, current.length());
+        dropTextsCoveredBy(handle, m_cursor.line);
+    }
     incCursorPos(text.length());
 }
 
@@ -137,6 +211,7 @@ int CTextLinesManager::fixedTextHandle(int textId)
 
 QString CTextLinesManager::getTextLineStr(unsigned char line)
 {
+    ensureGeometry();
     const int textId = getTextIdFromLine(line);
     if (textId != 0)
         return waited(m_rOverlay.get_text_string(fixedTextHandle(textId)));
@@ -150,6 +225,7 @@ QString CTextLinesManager::getTextLineStr(unsigned char line)
 
 void CTextLinesManager::setTextLineStr(unsigned char line, const QString& text)
 {
+    ensureGeometry();
     const int textId = getTextIdFromLine(line);
     if (textId != 0) {
         m_rOverlay.set_text_string(fixedTextHandle(textId), text);
@@ -175,14 +251,23 @@ void CTextLinesManager::setTextLineStr(unsigned char line, const QString& text)
         const QVariantList position = waited_list(m_rOverlay.get_text_position(handle));
         if (position.size() == POSITION_SIZE && low8(position.at(0)) == 0) {
             m_rOverlay.set_text_string(handle, text);
+            if (handle != 0)
+                m_textSpans.insert(quint32(handle), TextSpan { 0, text.length() });
             return;
         }
     }
+    // What the line holds is not known: leave it as it is.
+    if (bus_command_timed_out())
+        return;
     if (!texts.isEmpty())
         clearTextLine(line);
 
     const int handle = waited(m_rOverlay.create_text());
+    if (bus_command_timed_out())
+        return;
     m_pLineTexts->insert(line, quint32(handle));
+    if (handle != 0)
+        m_textSpans.insert(quint32(handle), TextSpan { 0, text.length() });
     m_rOverlay.set_text_position(handle, 0, line);
     m_rOverlay.set_text_colors(handle, foreground, background);
     m_rOverlay.set_text_string(handle, text);
@@ -192,6 +277,7 @@ void CTextLinesManager::setTextLineStr(unsigned char line, const QString& text)
 
 void CTextLinesManager::clearTextLine(unsigned char line)
 {
+    ensureGeometry();
     const int textId = getTextIdFromLine(line);
     if (textId != 0) {
         m_rOverlay.set_text_string(fixedTextHandle(textId), QString());
@@ -201,6 +287,7 @@ void CTextLinesManager::clearTextLine(unsigned char line)
     for (auto it = m_pLineTexts->begin(); it != m_pLineTexts->end();) {
         if (it.key() == line) {
             m_rOverlay.destroy_text(int(it.value()));
+            m_textSpans.remove(it.value());
             it = m_pLineTexts->erase(it);
         } else {
             ++it;
@@ -213,4 +300,5 @@ void CTextLinesManager::clearScreen()
     for (auto it = m_pLineTexts->constBegin(); it != m_pLineTexts->constEnd(); ++it)
         m_rOverlay.destroy_text(int(it.value()));
     m_pLineTexts->clear();
+    m_textSpans.clear();
 }

@@ -5,6 +5,7 @@
 #include "TextCursor.h"
 
 #include <QChar>
+#include <QHash>
 #include <QMultiMap>
 #include <QString>
 
@@ -18,6 +19,10 @@ class CQuorendVideoOverlayInterface;
 // otherwise starts a new text there (drawn over whatever is below). Lines 0,
 // 1, 2 and the last line are the overlay's fixed texts 94, 93, 92 and 91 (the
 // status line); the manager reads and writes those but owns no objects there.
+//
+// A text drawn completely over an older one on the same line hides it for
+// good, so the older one is destroyed: rewriting a field in place keeps one
+// object per field instead of one per write.
 class CTextLinesManager
 {
 public:
@@ -47,6 +52,12 @@ public:
     void clearTextLine(unsigned char line);
     void clearScreen();
 
+    // The overlay service stopped or another instance took its name: its text
+    // objects are gone. Forgets their handles (a new instance hands the same
+    // numbers out again, to other texts) and reads the screen size again on
+    // next use. The cursor and its colours stay: they are the PC's.
+    void forgetOverlay();
+
     unsigned char cursorColumn() const { return m_cursor.column; }
     unsigned char cursorLine() const { return m_cursor.line; }
     EOverlayTextColor cursorForeground() const { return m_eCursorForeground; }
@@ -55,6 +66,23 @@ public:
     unsigned char lineCount() const { return m_ucLineCount; }
 
 private:
+    // Where a text of the manager lies on its line, as written by the manager.
+    struct TextSpan {
+        unsigned char begin;
+        int length;
+        // Whether `top`, drawn above this text, hides every character of it.
+        bool coveredBy(const TextSpan& top) const
+        {
+            return length > 0 && begin >= top.begin && begin + length <= top.begin + top.length;
+        }
+    };
+    void noteLength(int handle, int length);
+    void dropTextsCoveredBy(int handle, unsigned char line);
+
+    // The screen size is read at construction and, while unknown (the overlay
+    // did not answer), again before each use.
+    void readGeometry();
+    void ensureGeometry();
     int fixedTextHandle(int textId);
     int createTextAt(unsigned char column, unsigned char line, int foreground, int background);
 
@@ -62,11 +90,14 @@ private:
     // Every text object the manager created, filed under its screen line;
     // for one line the most recently created comes first.
     QMultiMap<unsigned char, quint32>* m_pLineTexts;
+    // Their spans, by handle; handle 0 (a failed creation) has none.
+    QHash<quint32, TextSpan> m_textSpans;
     TextCursor m_cursor;
     EOverlayTextColor m_eCursorForeground;
     EOverlayTextColor m_eCursorBackground;
     unsigned char m_ucLineWidth;
     unsigned char m_ucLineCount;
+    bool m_bGeometryKnown;
 };
 
 #endif

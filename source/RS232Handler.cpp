@@ -11,8 +11,10 @@
 #include "CTravendDeviceControlInterface.h"
 #include "CTravendDeviceEventsInterface.h"
 #include "CTravendDeviceStatusInterface.h"
+#include "talvox.h"
 
 #include <QDBusConnection>
+#include <QDBusServiceWatcher>
 #include <cmath>
 
 RS232Handler* RS232Handler::m_pcInstance = nullptr;
@@ -24,10 +26,18 @@ const char* const TRAVEND = "local.vemo.travend";
 
 const float DEGREES_TO_RADIANS = 0.017453292f;
 
+// The bus library's own signal when the connection to the bus daemon breaks.
+const char* const LOCAL_PATH = "/org/freedesktop/DBus/Local";
+const char* const LOCAL_INTERFACE = "org.freedesktop.DBus.Local";
+// Ends the process so that the service manager starts it on the new bus: the
+// connection is not re-established and signal subscriptions would be lost.
+const int EXIT_BUS_LOST = 9;
+
 template <typename Proxy>
 Proxy* createProxy(const char* service, const char* path, QObject* parent, const char* failureText)
 {
     Proxy* proxy = new Proxy(service, path, QDBusConnection::systemBus(), parent);
+    limit_call_time(*proxy);
     if (!proxy->isValid())
         CEventLogger::logMessage(CEventLogger::LOG_LEVEL_ERROR, failureText);
     return proxy;
@@ -77,6 +87,14 @@ RS232Handler::RS232Handler()
     , m_d3DZ(0.0)
 {
     QDBusConnection bus = QDBusConnection::systemBus();
+    bus.connect(QString(), LOCAL_PATH, LOCAL_INTERFACE, "Disconnected", this, SLOT(onBusDisconnected()));
+
+    // Watched before anything is read from them, so that no restart between
+    // a read and the watch goes unnoticed. The device bus service is not
+    // watched: nothing read from it is kept.
+    auto* siblings = new QDBusServiceWatcher(QUOREND, bus, QDBusServiceWatcher::WatchForOwnerChange, this);
+    siblings->addWatchedService(HOLVARD);
+    connect(siblings, &QDBusServiceWatcher::serviceOwnerChanged, this, &RS232Handler::onSiblingOwnerChanged);
 
     m_pMeterCounter = createProxy<CHolvardMeterCounterInterface>(
         HOLVARD, "/metercounter", this, "Could not create dbus interface 'local.vemo.holvard/metercounter'!");
@@ -101,6 +119,7 @@ RS232Handler::RS232Handler()
 
     m_pVideoOverlay = createProxy<CQuorendVideoOverlayInterface>(
         QUOREND, "/videooverlay", this, "Could not create dbus interface 'local.vemo.quorend/videooverlay'!");
+    begin_bus_command();
     m_pTextLines = new CTextLinesManager(*m_pVideoOverlay);
 
     m_pDeviceStatus = createProxy<CTravendDeviceStatusInterface>(
@@ -113,6 +132,7 @@ RS232Handler::RS232Handler()
 
     connect_signals_by_name();
 
+    begin_bus_command();
     setTalvoxLocale(waited_by_name(*m_pSysLocale, "get_locale").toString());
 }
 
@@ -197,6 +217,7 @@ void RS232Handler::exec_func(RS232Message& message)
     if (CEventLogger::wouldLog(CEventLogger::LOG_LEVEL_DEBUG))
         TVX_LOG(CEventLogger::LOG_LEVEL_DEBUG, "handling " + create_id(message.get_command_id(), group)
                                                    + QString(" %1").arg(48, 0, 16));
+    begin_bus_command();
     handler(message);
 }
 
@@ -209,6 +230,30 @@ void RS232Handler::send_reply(RS232Message& request, const QByteArray& data)
 int RS232Handler::text_handle_by_id(int textId)
 {
     return waited(m_pVideoOverlay->get_text_handle_by_id(textId));
+}
+
+void RS232Handler::onBusDisconnected()
+{
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_ERROR, "lost the system bus connection");
+    app_exit(EXIT_BUS_LOST);
+}
+
+void RS232Handler::onSiblingOwnerChanged(const QString& service, const QString&, const QString& newOwner)
+{
+    TVX_LOG(CEventLogger::LOG_LEVEL_NOTICE,
+            service + (newOwner.isEmpty() ? " left the bus" : " is on the bus as " + newOwner));
+    if (service == QUOREND) {
+        m_pTextLines->forgetOverlay();
+        return;
+    }
+    // The system management service: its locale, read again from the new
+    // instance; an instance that does not answer leaves the locale as it was.
+    if (newOwner.isEmpty())
+        return;
+    begin_bus_command();
+    const QVariant locale = waited_by_name(*m_pSysLocale, "get_locale");
+    if (locale.isValid())
+        setTalvoxLocale(locale.toString());
 }
 
 void RS232Handler::onCrawlerPitch(double dPitch)

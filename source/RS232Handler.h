@@ -130,6 +130,8 @@ public:
     static void fh_set_inclination_distance(RS232Message& message);
 
 private slots:
+    void onBusDisconnected();
+    void onSiblingOwnerChanged(const QString& service, const QString& oldOwner, const QString& newOwner);
     void onCrawlerPitch(double dPitch);
     void onMeterCounterChanged(double dMeterValue);
     void onSatMeterCounterChanged(double dMeterValue);

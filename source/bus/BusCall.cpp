@@ -4,6 +4,32 @@
 #include <QDBusMessage>
 #include <QDBusVariant>
 
+namespace {
+bool commandTimedOut = false;
+}
+
+void limit_call_time(QDBusAbstractInterface& proxy)
+{
+    proxy.setTimeout(BUS_CALL_TIMEOUT_MS);
+}
+
+void begin_bus_command()
+{
+    commandTimedOut = false;
+}
+
+bool bus_command_timed_out()
+{
+    return commandTimedOut;
+}
+
+void note_bus_error(const QDBusError& error)
+{
+    // A sibling that hangs gives NoReply when the call's time-out passes.
+    if (error.type() == QDBusError::NoReply || error.type() == QDBusError::Timeout)
+        commandTimedOut = true;
+}
+
 QVariantList to_variant_list(const QVariant& value)
 {
     if (value.userType() == QMetaType::QVariantList)
@@ -31,8 +57,11 @@ QVariantList to_variant_list(const QVariant& value)
 
 QVariantList waited_list(const QDBusPendingCall& call)
 {
+    if (bus_command_timed_out())
+        return QVariantList();
     QDBusPendingCall pending(call);
     pending.waitForFinished();
+    note_bus_error(pending.error());
     const QDBusMessage reply = pending.reply();
     if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
         return QVariantList();
@@ -41,7 +70,10 @@ QVariantList waited_list(const QDBusPendingCall& call)
 
 QVariant waited_by_name(QDBusAbstractInterface& proxy, const QString& method, const QVariantList& args)
 {
+    if (bus_command_timed_out())
+        return QVariant();
     const QDBusMessage reply = proxy.callWithArgumentList(QDBus::Block, method, args);
+    note_bus_error(QDBusError(reply));
     if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
         return QVariant();
     return reply.arguments().first();
@@ -49,5 +81,6 @@ QVariant waited_by_name(QDBusAbstractInterface& proxy, const QString& method, co
 
 void send_by_name(QDBusAbstractInterface& proxy, const QString& method, const QVariantList& args)
 {
-    proxy.callWithArgumentList(QDBus::NoBlock, method, args);
+    if (!bus_command_timed_out())
+        proxy.callWithArgumentList(QDBus::NoBlock, method, args);
 }

@@ -4,17 +4,43 @@
 // How the service talks to its sibling services: queries wait for their
 // answer, and an answer that failed or has another type reads as the type's
 // zero value; settings are sent and never waited for.
+//
+// The whole service runs on one thread, so a query that waits blocks the
+// serial line too. Every call therefore has a short time-out of its own, and
+// a command stops waiting after its first time-out: a hung sibling costs the
+// line at most one time-out per command.
 
 #include <QDBusAbstractInterface>
+#include <QDBusError>
 #include <QDBusPendingReply>
 #include <QVariant>
 #include <QVariantList>
+
+// How long a query waits for a sibling's answer. Long enough for a busy
+// controller, short enough that the PC (which waits 3 s for a reply) still
+// gets one, with zero values, when a sibling hangs.
+const int BUS_CALL_TIMEOUT_MS = 750;
+
+// Makes every call through the proxy give up after BUS_CALL_TIMEOUT_MS.
+void limit_call_time(QDBusAbstractInterface& proxy);
+
+// One command's calls (a frame's handler, a typed character, a read at
+// start-up). begin_bus_command() starts one; once a query of it has timed
+// out, bus_command_timed_out() is true and its later queries read as zero
+// without waiting. Callers skip settings that would act on such zeros.
+void begin_bus_command();
+bool bus_command_timed_out();
+// Notes the outcome of a finished query (a time-out stops the command).
+void note_bus_error(const QDBusError& error);
 
 // Waits for a typed query; a failed or mistyped reply gives T().
 template <typename T>
 T waited(QDBusPendingReply<T> reply)
 {
+    if (bus_command_timed_out())
+        return T();
     reply.waitForFinished();
+    note_bus_error(reply.error());
     return reply.isValid() ? reply.value() : T();
 }
 
@@ -28,7 +54,8 @@ QVariantList to_variant_list(const QVariant& value);
 QVariant waited_by_name(QDBusAbstractInterface& proxy, const QString& method,
                         const QVariantList& args = QVariantList());
 
-// Sends a setting by name without waiting for, or ever seeing, a reply.
+// Sends a setting by name without waiting for, or ever seeing, a reply;
+// dropped once the command has timed out.
 void send_by_name(QDBusAbstractInterface& proxy, const QString& method,
                   const QVariantList& args = QVariantList());
 

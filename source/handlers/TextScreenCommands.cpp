@@ -153,6 +153,7 @@ void RS232Handler::add_char_to_line(char byte)
     if (!self->locale_codec_selected())
         return;
     const QString text = self->decode_text(QByteArray::fromRawData(&byte, 1));
+    begin_bus_command();
     self->m_pTextLines->writeChar(text.isEmpty() ? QChar() : text.at(0));
 }
 

@@ -2,6 +2,7 @@
 #include "TestRig.h"
 
 #include <QDBusArgument>
+#include <QRegularExpression>
 #include <QTest>
 
 #include <functional>
@@ -247,6 +248,38 @@ private slots:
         QCOMPARE(rig.calls(), expected);
         QVERIFY(type("z")); // not part of the character screen: the cursor did not move
         QCOMPARE(lineTexts(3), QString("z at 0, 1 on 13"));
+    }
+
+    // A text written completely over an older one hides it: the older one goes, the screen stays as drawn.
+    void rewritingAFieldInPlaceKeepsOneText()
+    {
+        const auto write = [&](const QByteArray& text) { return cursor(10, 5) && command(0x95, 2, text); };
+        const auto row = [&] { return rig.screen().split('\n').value(6).mid(11, 8); }; // line 5, columns 10 to 17
+        QVERIFY(write("111111") && write("22"));
+        QCOMPARE(lineTexts(5), QString("111111 at 10, 1 on 13; 22 at 10, 1 on 13")); // partly covered: kept
+        QCOMPARE(row(), QString("221111  "));
+        QVERIFY(cursor(8, 5) && type("ab") && command(0x95, 2, "333333")); // "ab333333", continued, over both
+        QCOMPARE(lineTexts(5), QString("ab333333 at 8, 1 on 13"));
+        QCOMPARE(row(), QString("333333  "));
+
+        // 2,000 refreshes of one field: one text, and each refresh makes the same calls.
+        QStringList firstCalls;
+        for (int i = 0; i < 2000; ++i) {
+            if (i != 1 && i != 1999) {
+                QVERIFY(write("NNNNNN"));
+                continue;
+            }
+            QStringList calls = callsOf([&] { QVERIFY(write("NNNNNN")); });
+            calls.replaceInStrings(QRegularExpression("\\d+"), "#");
+            if (i == 1)
+                firstCalls = calls;
+            else
+                QCOMPARE(calls, firstCalls);
+        }
+        QCOMPARE(firstCalls.filter("destroy_text").size(), 1);
+        QCOMPARE(rig.sim("created_text_count").value(0).toInt(), 2);
+        QCOMPARE(lineTexts(5), QString("ab333333 at 8, 1 on 13; NNNNNN at 10, 1 on 13"));
+        QCOMPARE(row(), QString("NNNNNN  "));
     }
 
     // Commands 252, 253, 254: show, hide, toggle text 87; the toggle asks whether it is visible.

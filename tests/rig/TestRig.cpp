@@ -84,12 +84,8 @@ bool TestRig::start(const RigOptions& options)
     if (!checkSupported() || !startBus())
         return false;
 
-    m_simulator = spawn("simulator.log", { TALVOX_SIM_BIN });
-    QDBusConnectionInterface* names = QDBusConnection(m_busName).interface();
-    const auto up = [&] { return names->isServiceRegistered(SIMULATOR); };
-    const auto ended = [](const auto& process) { return process->state() == QProcess::NotRunning; };
-    if (!QTest::qWaitFor([&] { return up() || ended(m_simulator); }, START_TIMEOUT_MS) || !up())
-        return fail("talvox-sim did not come up: " + tail(readText(m_dir + "/simulator.log")));
+    if (!options.lateSimulator && !startSimulator())
+        return false;
     const int width = options.screenWidth, lines = options.screenCount;
     if ((!options.locale.isEmpty() && !simCall("set_locale", { options.locale }))
         || ((width || lines) && !simCall("set_screen_size", { width ? width : 40, lines ? lines : 16 })) || !openLine())
@@ -120,6 +116,41 @@ void TestRig::signalService(int signal)
 {
     if (m_service && m_service->state() != QProcess::NotRunning)
         ::kill(pid_t(m_service->processId()), signal);
+}
+
+bool TestRig::startSimulator()
+{
+    m_simulator = spawn("simulator.log", { TALVOX_SIM_BIN });
+    QDBusConnectionInterface* names = QDBusConnection(m_busName).interface();
+    const auto up = [&] { return names->isServiceRegistered(SIMULATOR).value(); };
+    const auto ended = [&] { return m_simulator->state() == QProcess::NotRunning; };
+    return (QTest::qWaitFor([&] { return up() || ended(); }, START_TIMEOUT_MS) && up())
+        || fail("talvox-sim did not come up: " + tail(readText(m_dir + "/simulator.log")));
+}
+
+bool TestRig::killSimulator()
+{
+    if (!m_simulator || ::kill(pid_t(m_simulator->processId()), SIGKILL) != 0)
+        return fail("no simulator to kill");
+    // Its names leave the bus with its connection.
+    QDBusConnectionInterface* names = QDBusConnection(m_busName).interface();
+    return (m_simulator->waitForFinished(STOP_TIMEOUT_MS)
+            && QTest::qWaitFor([&] { return !names->isServiceRegistered(SIMULATOR).value(); }, STOP_TIMEOUT_MS))
+        || fail("the simulator's names stayed on the bus");
+}
+
+bool TestRig::signalSimulator(int signal)
+{
+    return (m_simulator && m_simulator->state() == QProcess::Running
+            && ::kill(pid_t(m_simulator->processId()), signal) == 0)
+        || fail(QString("cannot send signal %1 to the simulator").arg(signal));
+}
+
+bool TestRig::killBus()
+{
+    if (!m_bus || ::kill(pid_t(m_bus->processId()), SIGKILL) != 0)
+        return fail("no bus daemon to kill");
+    return m_bus->waitForFinished(STOP_TIMEOUT_MS) || fail("the bus daemon did not end");
 }
 
 bool TestRig::checkSupported()
@@ -183,6 +214,7 @@ std::unique_ptr<QProcess> TestRig::spawn(const QString& log, const QStringList& 
     process->setProcessEnvironment(environment);
     process->setWorkingDirectory(m_dir);
     process->setProcessChannelMode(QProcess::MergedChannels);
+    // Appended: a restarted simulator or service logs after the one before.
     process->setStandardOutputFile(m_dir + "/" + log, QIODevice::Append);
     process->start(command.first(), command.mid(1));
     return process;

@@ -6,17 +6,20 @@
 #include <QStringList>
 #include <QVariant>
 
+#include <csignal>
 #include <memory>
 #include <optional>
 
 // The simulator's locale ("": de_DE), overlay columns and lines (0: 40 x 16), talvox's arguments after "-d pts/N -l 7",
-// and variables ("NAME=value") added to talvox's environment.
+// variables ("NAME=value") added to talvox's environment; lateSimulator: talvox starts without the sibling
+// services, the test calls startSimulator() (locale and screen unset).
 struct RigOptions {
     QString locale;
     int screenWidth = 0;
     int screenCount = 0;
     QStringList extraArgs = {};
     QStringList environment = {};
+    bool lateSimulator = false;
 };
 // One frame as the service sent it.
 struct RigReply { quint8 command = 0; quint8 group = 0; QByteArray data; };
@@ -79,6 +82,16 @@ public:
     void setValue(const QString& name, const QVariant& value);
     QString screen() { return sim("screen").value(0).toString(); }
 
+    // Faults of the sibling services and of the bus. SIGSTOP and SIGCONT: the simulator hangs with
+    // its names on the bus, then goes on. SIGKILL: its names leave the bus, as after a crash.
+    bool stopSimulator() { return signalSimulator(SIGSTOP); }
+    bool continueSimulator() { return signalSimulator(SIGCONT); }
+    bool killSimulator();
+    // A fresh simulator (no texts, default locale and screen); true once its names are on the bus.
+    bool startSimulator();
+    // The bus daemon dies; the rig's own calls fail from then on.
+    bool killBus();
+
     // The service.
     // Starts talvox again on the same line (after it has ended), with the options of start().
     bool startService();
@@ -99,6 +112,7 @@ private:
     bool fail(const QString& error);
     bool checkSupported();
     bool startBus();
+    bool signalSimulator(int signal);
     bool openLine();
     std::unique_ptr<QProcess> spawn(const QString& log, const QStringList& command, const QStringList& variables = {});
     std::optional<QVariantList> simCall(const QString& method, const QVariantList& args);
