@@ -252,7 +252,7 @@ void CTextLinesManager::setTextLineStr(unsigned char line, const QString& text)
         if (position.size() == POSITION_SIZE && low8(position.at(0)) == 0) {
             m_rOverlay.set_text_string(handle, text);
             if (handle != 0)
-                m_textSpans.insert(quint32(handle), TextSpan { 0, text.length() });
+                m_textSpans.insert(quint32(handle), TextSpan { 0, int(text.length()) });
             return;
         }
     }
@@ -267,7 +267,7 @@ void CTextLinesManager::setTextLineStr(unsigned char line, const QString& text)
         return;
     m_pLineTexts->insert(line, quint32(handle));
     if (handle != 0)
-        m_textSpans.insert(quint32(handle), TextSpan { 0, text.length() });
+        m_textSpans.insert(quint32(handle), TextSpan { 0, int(text.length()) });
     m_rOverlay.set_text_position(handle, 0, line);
     m_rOverlay.set_text_colors(handle, foreground, background);
     m_rOverlay.set_text_string(handle, text);
