@@ -98,24 +98,20 @@ RS232Handler::RS232Handler()
 
     m_pMeterCounter = createProxy<CHolvardMeterCounterInterface>(
         HOLVARD, "/metercounter", this, "Could not create dbus interface 'local.vemo.holvard/metercounter'!");
-    const QString meterCounter = CHolvardMeterCounterInterface::staticInterfaceName();
-    bus.connect(HOLVARD, "/metercounter", meterCounter, "meter_counter_changed", this,
-                SLOT(onMeterCounterChanged(double)));
-    bus.connect(HOLVARD, "/metercounter", meterCounter, "meter_counter_sat_changed", this,
-                SLOT(onSatMeterCounterChanged(double)));
-    bus.connect(HOLVARD, "/metercounter", meterCounter, "meter_counter_abs_changed", this,
-                SLOT(onAbsMeterCounterChanged(double)));
+    using Counters = CHolvardMeterCounterInterface;
+    connect(m_pMeterCounter, &Counters::meter_counter_changed, this, qOverload<double>(&RS232Handler::onMeterCounterChanged));
+    connect(m_pMeterCounter, &Counters::meter_counter_sat_changed, this, &RS232Handler::onSatMeterCounterChanged);
+    connect(m_pMeterCounter, &Counters::meter_counter_abs_changed, this, &RS232Handler::onAbsMeterCounterChanged);
 
     // There is no slot of this name, so this connection is refused and the
     // video counter fields keep their start values. The video counter is
-    // always asked for on demand instead.
+    // always asked for on demand instead. (By name, as only a name can miss.)
     bus.connect(QUOREND, "/videooverlay", CQuorendVideoOverlayInterface::staticInterfaceName(),
                 "videocounter_changed", this, SLOT(onVideoCounterChanged(int,int,int,int)));
 
     m_pSysLocale = createProxy<CHolvardSysLocaleInterface>(
         HOLVARD, "/syslocale", this, "Could not create dbus interface 'local.vemo.holvard/syslocale'!");
-    bus.connect(HOLVARD, "/syslocale", CHolvardSysLocaleInterface::staticInterfaceName(), "locale_changed", this,
-                SLOT(onLocaleChanged(QString)));
+    connect(m_pSysLocale, &CHolvardSysLocaleInterface::locale_changed, this, &RS232Handler::onLocaleChanged);
 
     m_pVideoOverlay = createProxy<CQuorendVideoOverlayInterface>(
         QUOREND, "/videooverlay", this, "Could not create dbus interface 'local.vemo.quorend/videooverlay'!");
@@ -130,34 +126,20 @@ RS232Handler::RS232Handler()
     m_pDeviceControl = createProxy<CTravendDeviceControlInterface>(
         TRAVEND, "/devicecontrol", this, "Could not create dbus interface 'local.vemo.travend/deviceevents'!");
 
-    connect_signals_by_name();
+    using Events = CTravendDeviceEventsInterface;
+    connect(m_pDeviceEvents, &Events::crawler_pitch, this, &RS232Handler::onCrawlerPitch);
+    // Both cameras feed the same pan and tilt fields: the last report wins.
+    connect(m_pDeviceEvents, &Events::camera_pan_pos, this, &RS232Handler::onCameraPanPos);
+    connect(m_pDeviceEvents, &Events::camera_tilt_pos, this, &RS232Handler::onCameraTiltPos);
+    connect(m_pDeviceEvents, &Events::camera2_pan_pos, this, &RS232Handler::onCameraPanPos);
+    connect(m_pDeviceEvents, &Events::camera2_tilt_pos, this, &RS232Handler::onCameraTiltPos);
+    connect(m_pDeviceEvents, &Events::extmodule_object_temperature, this, &RS232Handler::onExtModuleObjectTemperature);
+    connect(m_pDeviceEvents, &Events::camera_temperature, this, &RS232Handler::onCameraTemperature);
+    connect(m_pDeviceEvents, &Events::crawler_temperature, this, &RS232Handler::onCrawlerTemperature);
+    connect(m_pDeviceEvents, &Events::sensor_3d_data, this, &RS232Handler::onSensor3DData);
 
     begin_bus_command();
-    setTalvoxLocale(waited_by_name(*m_pSysLocale, "get_locale").toString());
-}
-
-void RS232Handler::connect_signals_by_name()
-{
-    QDBusConnection bus = QDBusConnection::systemBus();
-    const QString events = CTravendDeviceEventsInterface::staticInterfaceName();
-    struct Connection {
-        const char* signal;
-        const char* slot;
-    };
-    // Both cameras feed the same pan and tilt fields: the last report wins.
-    const Connection connections[] = {
-        { "crawler_pitch", SLOT(onCrawlerPitch(double)) },
-        { "camera_pan_pos", SLOT(onCameraPanPos(int)) },
-        { "camera_tilt_pos", SLOT(onCameraTiltPos(int)) },
-        { "camera2_pan_pos", SLOT(onCameraPanPos(int)) },
-        { "camera2_tilt_pos", SLOT(onCameraTiltPos(int)) },
-        { "extmodule_object_temperature", SLOT(onExtModuleObjectTemperature(double)) },
-        { "camera_temperature", SLOT(onCameraTemperature(int)) },
-        { "crawler_temperature", SLOT(onCrawlerTemperature(int)) },
-        { "sensor_3d_data", SLOT(onSensor3DData(double,double,double,double)) },
-    };
-    for (const Connection& c : connections)
-        bus.connect(TRAVEND, "/deviceevents", events, c.signal, this, c.slot);
+    setTalvoxLocale(waited(m_pSysLocale->get_locale()));
 }
 
 RS232Handler::~RS232Handler()
@@ -218,13 +200,16 @@ void RS232Handler::exec_func(RS232Message& message)
         TVX_LOG(CEventLogger::LOG_LEVEL_DEBUG, "handling " + create_id(message.get_command_id(), group)
                                                    + QString(" %1").arg(48, 0, 16));
     begin_bus_command();
-    handler(message);
-}
-
-void RS232Handler::send_reply(RS232Message& request, const QByteArray& data)
-{
-    request.set_data(data);
-    RS232::instance()->send_message(&request);
+    const Reply answer = handler(*this, message);
+    if (!answer.exists)
+        return;
+    RS232Message frame;
+    frame.set_command_id(message.get_command_id());
+    frame.set_group_id(group);
+    frame.set_data(answer.data);
+    RS232::instance()->send_message(&frame);
+    if (!answer.logged_after.isEmpty())
+        TVX_LOG(answer.logged_after_level, answer.logged_after);
 }
 
 int RS232Handler::text_handle_by_id(int textId)
@@ -251,9 +236,11 @@ void RS232Handler::onSiblingOwnerChanged(const QString& service, const QString&,
     if (newOwner.isEmpty())
         return;
     begin_bus_command();
-    const QVariant locale = waited_by_name(*m_pSysLocale, "get_locale");
+    QDBusPendingReply<QString> locale = m_pSysLocale->get_locale();
+    locale.waitForFinished();
+    note_bus_error(locale.error());
     if (locale.isValid())
-        setTalvoxLocale(locale.toString());
+        setTalvoxLocale(locale.value());
 }
 
 void RS232Handler::onCrawlerPitch(double dPitch)

@@ -1,6 +1,7 @@
 #ifndef RS232HANDLER_H
 #define RS232HANDLER_H
 
+#include "CEventLogger.h"
 #include "Protocol.h"
 #include "RS232Message.h"
 
@@ -31,7 +32,22 @@ class RS232Handler : public QObject
     Q_OBJECT
 
 public:
-    typedef void (*Handler)(RS232Message&);
+    // What a handler answers: for a query, the data of its reply frame, which
+    // carries the request's ids; for actions and settings, nothing. The
+    // registry sends it, then logs `logged_after` (the "... done." lines).
+    struct Reply {
+        bool exists = false;
+        QByteArray data;
+        QString logged_after;
+        CEventLogger::ELogLevel logged_after_level = CEventLogger::LOG_LEVEL_EMERGENCY;
+    };
+    static Reply no_reply() { return Reply(); }
+    static Reply reply_with(const QByteArray& data, const QString& logged_after = QString(),
+                       CEventLogger::ELogLevel level = CEventLogger::LOG_LEVEL_EMERGENCY)
+    {
+        return Reply { true, data, logged_after, level };
+    }
+    typedef Reply (*Handler)(RS232Handler& self, const RS232Message& request);
     // Handlers by (group id, command id); null where no command is.
     typedef Handler CommandTable[Protocol::GROUP_COUNT][256];
 
@@ -68,66 +84,66 @@ public:
     static void add_char_to_line(char byte);
 
     // System information, clock and character set.
-    static void fh_get_softwareversion(RS232Message& message);
-    static void fh_get_softwareid(RS232Message& message);
-    static void fh_get_date_time(RS232Message& message);
-    static void fh_set_date_time(RS232Message& message);
-    static void fh_get_codec(RS232Message& message);
-    static void fh_set_codec(RS232Message& message);
+    static Reply fh_get_softwareversion(RS232Handler& self, const RS232Message& request);
+    static Reply fh_get_softwareid(RS232Handler& self, const RS232Message& request);
+    static Reply fh_get_date_time(RS232Handler& self, const RS232Message& request);
+    static Reply fh_set_date_time(RS232Handler& self, const RS232Message& request);
+    static Reply fh_get_codec(RS232Handler& self, const RS232Message& request);
+    static Reply fh_set_codec(RS232Handler& self, const RS232Message& request);
 
     // Character screen and overlay texts.
-    static void fh_clear_screen(RS232Message& message);
-    static void fh_set_cursor(RS232Message& message);
-    static void fh_set_line_color(RS232Message& message);
-    static void fh_get_line(RS232Message& message);
-    static void fh_set_line(RS232Message& message);
-    static void fh_set_text(RS232Message& message);
-    static void fh_start_temp_text(RS232Message& message);
-    static void fh_overlay_visibility(RS232Message& message);
-    static void fh_sys_visibility(RS232Message& message);
+    static Reply fh_clear_screen(RS232Handler& self, const RS232Message& request);
+    static Reply fh_set_cursor(RS232Handler& self, const RS232Message& request);
+    static Reply fh_set_line_color(RS232Handler& self, const RS232Message& request);
+    static Reply fh_get_line(RS232Handler& self, const RS232Message& request);
+    static Reply fh_set_line(RS232Handler& self, const RS232Message& request);
+    static Reply fh_set_text(RS232Handler& self, const RS232Message& request);
+    static Reply fh_start_temp_text(RS232Handler& self, const RS232Message& request);
+    static Reply fh_overlay_visibility(RS232Handler& self, const RS232Message& request);
+    static Reply fh_sys_visibility(RS232Handler& self, const RS232Message& request);
 
     // Status line.
-    static void fh_get_statusline(RS232Message& message);
-    static void fh_set_statusline(RS232Message& message);
-    static void fh_get_statusline_state(RS232Message& message);
-    static void fh_set_statusline_color(RS232Message& message);
-    static void fh_sta_visibility(RS232Message& message);
-    static void fh_sta_bgcolor(RS232Message& message);
+    static Reply fh_get_statusline(RS232Handler& self, const RS232Message& request);
+    static Reply fh_set_statusline(RS232Handler& self, const RS232Message& request);
+    static Reply fh_get_statusline_state(RS232Handler& self, const RS232Message& request);
+    static Reply fh_set_statusline_color(RS232Handler& self, const RS232Message& request);
+    static Reply fh_sta_visibility(RS232Handler& self, const RS232Message& request);
+    static Reply fh_sta_bgcolor(RS232Handler& self, const RS232Message& request);
 
     // Unit texts.
-    static void fh_get_unit_state(RS232Message& message);
-    static void fh_set_unit_position(RS232Message& message);
-    static void fh_set_device_color(RS232Message& message);
+    static Reply fh_get_unit_state(RS232Handler& self, const RS232Message& request);
+    static Reply fh_set_unit_position(RS232Handler& self, const RS232Message& request);
+    static Reply fh_set_device_color(RS232Handler& self, const RS232Message& request);
 
     // Meter counters.
-    static void fh_get_metercounter_1(RS232Message& message);
-    static void fh_get_metercounter_2(RS232Message& message);
-    static void fh_get_metercounter_3(RS232Message& message);
-    static void fh_set_metercounter_1(RS232Message& message);
-    static void fh_set_metercounter_2(RS232Message& message);
-    static void fh_set_metercounter_3(RS232Message& message);
-    static void fh_get_metercounter_wheel_length(RS232Message& message);
-    static void fh_get_metercounter_resolution(RS232Message& message);
+    static Reply fh_get_metercounter_1(RS232Handler& self, const RS232Message& request);
+    static Reply fh_get_metercounter_2(RS232Handler& self, const RS232Message& request);
+    static Reply fh_get_metercounter_3(RS232Handler& self, const RS232Message& request);
+    static Reply fh_set_metercounter_1(RS232Handler& self, const RS232Message& request);
+    static Reply fh_set_metercounter_2(RS232Handler& self, const RS232Message& request);
+    static Reply fh_set_metercounter_3(RS232Handler& self, const RS232Message& request);
+    static Reply fh_get_metercounter_wheel_length(RS232Handler& self, const RS232Message& request);
+    static Reply fh_get_metercounter_resolution(RS232Handler& self, const RS232Message& request);
 
     // Device data and values.
-    static void fh_get_device_data(RS232Message& message);
-    static void fh_get_device_value(RS232Message& message);
-    static void fh_get_adconverter(RS232Message& message);
+    static Reply fh_get_device_data(RS232Handler& self, const RS232Message& request);
+    static Reply fh_get_device_value(RS232Handler& self, const RS232Message& request);
+    static Reply fh_get_adconverter(RS232Handler& self, const RS232Message& request);
 
     // Video counter.
-    static void fh_cmd_videocounter(RS232Message& message);
-    static void fh_get_videocounter(RS232Message& message);
-    static void fh_set_videocounter(RS232Message& message);
+    static Reply fh_cmd_videocounter(RS232Handler& self, const RS232Message& request);
+    static Reply fh_get_videocounter(RS232Handler& self, const RS232Message& request);
+    static Reply fh_set_videocounter(RS232Handler& self, const RS232Message& request);
 
     // 3D measurement and inclination.
-    static void fh_cmd_3d_measurement(RS232Message& message);
-    static void fh_get_3d_measurement_data(RS232Message& message);
-    static void fh_set_3d_measurement_start_position(RS232Message& message);
-    static void fh_set_3d_measurement_start_orientation(RS232Message& message);
-    static void fh_set_inclination_direction(RS232Message& message);
-    static void fh_set_inclination_status(RS232Message& message);
-    static void fh_init_inclination(RS232Message& message);
-    static void fh_set_inclination_distance(RS232Message& message);
+    static Reply fh_cmd_3d_measurement(RS232Handler& self, const RS232Message& request);
+    static Reply fh_get_3d_measurement_data(RS232Handler& self, const RS232Message& request);
+    static Reply fh_set_3d_measurement_start_position(RS232Handler& self, const RS232Message& request);
+    static Reply fh_set_3d_measurement_start_orientation(RS232Handler& self, const RS232Message& request);
+    static Reply fh_set_inclination_direction(RS232Handler& self, const RS232Message& request);
+    static Reply fh_set_inclination_status(RS232Handler& self, const RS232Message& request);
+    static Reply fh_init_inclination(RS232Handler& self, const RS232Message& request);
+    static Reply fh_set_inclination_distance(RS232Handler& self, const RS232Message& request);
 
 private slots:
     void onBusDisconnected();
@@ -147,11 +163,8 @@ private slots:
 
 private:
     RS232Handler();
-    void connect_signals_by_name();
 
     // Shared by the handler families.
-    // A query's reply: the request itself, with the reply bytes as its data.
-    static void send_reply(RS232Message& request, const QByteArray& data);
     // Handle of a fixed overlay text (status line, unit texts, ...); 0 if the
     // overlay does not answer.
     int text_handle_by_id(int textId);

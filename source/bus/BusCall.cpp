@@ -67,20 +67,3 @@ QVariantList waited_list(const QDBusPendingCall& call)
         return QVariantList();
     return to_variant_list(reply.arguments().first());
 }
-
-QVariant waited_by_name(QDBusAbstractInterface& proxy, const QString& method, const QVariantList& args)
-{
-    if (bus_command_timed_out())
-        return QVariant();
-    const QDBusMessage reply = proxy.callWithArgumentList(QDBus::Block, method, args);
-    note_bus_error(QDBusError(reply));
-    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
-        return QVariant();
-    return reply.arguments().first();
-}
-
-void send_by_name(QDBusAbstractInterface& proxy, const QString& method, const QVariantList& args)
-{
-    if (!bus_command_timed_out())
-        proxy.callWithArgumentList(QDBus::NoBlock, method, args);
-}

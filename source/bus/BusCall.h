@@ -50,13 +50,11 @@ T waited(QDBusPendingReply<T> reply)
 QVariantList waited_list(const QDBusPendingCall& call);
 QVariantList to_variant_list(const QVariant& value);
 
-// Calls a method by name and waits; the first result, or an invalid variant.
-QVariant waited_by_name(QDBusAbstractInterface& proxy, const QString& method,
-                        const QVariantList& args = QVariantList());
-
-// Sends a setting by name without waiting for, or ever seeing, a reply;
-// dropped once the command has timed out.
-void send_by_name(QDBusAbstractInterface& proxy, const QString& method,
-                  const QVariantList& args = QVariantList());
+// Whether a setting of this command may still go out: not once a query of
+// the command has timed out. Settings are never waited for.
+inline bool may_send()
+{
+    return !bus_command_timed_out();
+}
 
 #endif

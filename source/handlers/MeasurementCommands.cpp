@@ -29,91 +29,97 @@ const unsigned char CMD_INCLINATION_OFF = 0x23;
 
 // A piece of the request; a request shorter than the piece gives a shorter
 // (or empty) piece, whose missing bytes the decoders read as 0.
-QByteArray piece(const RS232Message& message, int offset, int size)
+QByteArray piece(const RS232Message& request, int offset, int size)
 {
-    return message.data().mid(offset, size);
+    return request.data().mid(offset, size);
 }
 }
 
-void RS232Handler::fh_cmd_3d_measurement(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_cmd_3d_measurement(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_DEBUG, "RS232Handler::fh_cmd_3d_measurement");
     for (const SensorCommand& row : SENSOR_COMMANDS) {
-        if (row.command_id == message.get_command_id()) {
-            instance()->m_pDeviceControl->set_sensor_3d_cmd(row.command, row.parameter);
-            return;
+        if (row.command_id == request.get_command_id()) {
+            self.m_pDeviceControl->set_sensor_3d_cmd(row.command, row.parameter);
+            return no_reply();
         }
     }
+    return no_reply();
 }
 
-void RS232Handler::fh_get_3d_measurement_data(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_get_3d_measurement_data(RS232Handler& self, const RS232Message&)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_DEBUG, "RS232Handler::fh_get_3d_measurement_data");
-    const RS232Handler* self = instance();
     QByteArray reply;
     reply.reserve(28);
-    reply.append(RS232Message::double_to_bytearray(self->m_d3DX));
-    reply.append(RS232Message::double_to_bytearray(self->m_d3DY));
-    reply.append(RS232Message::double_to_bytearray(self->m_d3DZ));
-    reply.append(RS232Message::float_to_bytearray(static_cast<float>(self->m_d3DDistanceCounter)));
-    send_reply(message, reply);
+    reply.append(RS232Message::double_to_bytearray(self.m_d3DX));
+    reply.append(RS232Message::double_to_bytearray(self.m_d3DY));
+    reply.append(RS232Message::double_to_bytearray(self.m_d3DZ));
+    reply.append(RS232Message::float_to_bytearray(static_cast<float>(self.m_d3DDistanceCounter)));
+    return reply_with(reply);
 }
 
-void RS232Handler::fh_set_3d_measurement_start_position(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_set_3d_measurement_start_position(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_3d_measurement_start_position");
-    const double x = RS232Message::bytearray_to_double(piece(message, 0, 8));
-    const double y = RS232Message::bytearray_to_double(piece(message, 8, 8));
-    const double z = RS232Message::bytearray_to_double(piece(message, 16, 8));
-    send_by_name(*instance()->m_pDeviceControl, "set_sensor_3d_start_position", { x, y, z });
+    const double x = RS232Message::bytearray_to_double(piece(request, 0, 8));
+    const double y = RS232Message::bytearray_to_double(piece(request, 8, 8));
+    const double z = RS232Message::bytearray_to_double(piece(request, 16, 8));
+    if (may_send())
+        self.m_pDeviceControl->set_sensor_3d_start_position(x, y, z);
+    return no_reply();
 }
 
-void RS232Handler::fh_set_3d_measurement_start_orientation(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_set_3d_measurement_start_orientation(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_3d_measurement_start_orientation");
     // Floats on the line, doubles on the bus.
-    const double first = RS232Message::bytearray_to_float(piece(message, 0, 4));
-    const double second = RS232Message::bytearray_to_float(piece(message, 4, 4));
-    send_by_name(*instance()->m_pDeviceControl, "set_sensor_3d_start_orientation", { first, second });
+    const double first = RS232Message::bytearray_to_float(piece(request, 0, 4));
+    const double second = RS232Message::bytearray_to_float(piece(request, 4, 4));
+    if (may_send())
+        self.m_pDeviceControl->set_sensor_3d_start_orientation(first, second);
+    return no_reply();
 }
 
 // Writes no log line, unlike the other handlers, on purpose.
-void RS232Handler::fh_set_inclination_direction(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_set_inclination_direction(RS232Handler& self, const RS232Message& request)
 {
-    if (message.get_command_id() == CMD_DIRECTION_UP)
-        instance()->m_bInclinationDirection = true;
-    else if (message.get_command_id() == CMD_DIRECTION_DOWN)
-        instance()->m_bInclinationDirection = false;
+    if (request.get_command_id() == CMD_DIRECTION_UP)
+        self.m_bInclinationDirection = true;
+    else if (request.get_command_id() == CMD_DIRECTION_DOWN)
+        self.m_bInclinationDirection = false;
+    return no_reply();
 }
 
-void RS232Handler::fh_set_inclination_status(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_set_inclination_status(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_inclination_status");
-    RS232Handler* self = instance();
-    if (message.get_command_id() == CMD_INCLINATION_ON) {
-        self->m_bInclinationActive = true;
-        self->m_fInclinationStartMeter = self->m_fMeterCounter;
-    } else if (message.get_command_id() == CMD_INCLINATION_OFF) {
+    if (request.get_command_id() == CMD_INCLINATION_ON) {
+        self.m_bInclinationActive = true;
+        self.m_fInclinationStartMeter = self.m_fMeterCounter;
+    } else if (request.get_command_id() == CMD_INCLINATION_OFF) {
         // The start meter stays where it was.
-        self->m_bInclinationActive = false;
+        self.m_bInclinationActive = false;
     }
+    return no_reply();
 }
 
-void RS232Handler::fh_init_inclination(RS232Message&)
+RS232Handler::Reply RS232Handler::fh_init_inclination(RS232Handler& self, const RS232Message&)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_init_inclination");
-    RS232Handler* self = instance();
-    self->m_bInclinationActive = false;
-    self->m_bInclinationDirection = false;
-    self->m_fInclinationValue = 0.0f;
-    self->m_fInclinationStartMeter = self->m_fMeterCounter;
+    self.m_bInclinationActive = false;
+    self.m_bInclinationDirection = false;
+    self.m_fInclinationValue = 0.0f;
+    self.m_fInclinationStartMeter = self.m_fMeterCounter;
+    return no_reply();
 }
 
-void RS232Handler::fh_set_inclination_distance(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_set_inclination_distance(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_inclination_distance");
     // The two-byte integer form carries only the upper half of a value, so
     // the low 16 bits kept here are always 0: the mark then advances by 0.
-    const int decoded = RS232Message::bytearray_to_int(message.data());
-    instance()->m_uiInclinationDistance = static_cast<quint16>(decoded & 0xFFFF);
+    const int decoded = RS232Message::bytearray_to_int(request.data());
+    self.m_uiInclinationDistance = static_cast<quint16>(decoded & 0xFFFF);
+    return no_reply();
 }

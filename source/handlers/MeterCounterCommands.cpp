@@ -25,17 +25,17 @@ struct MeterCounter {
     const char* query_name;
     const char* query_done;
     const char* setting_name;
-    const char* bus_method;
+    QDBusPendingReply<> (CHolvardMeterCounterInterface::*set)(double value);
 };
 
 // Counter 1 is read and set under 0x30, counter 2 under 0x36, counter 3 is
 // read under 0x3B and set under 0x3C (see the command table).
 const MeterCounter COUNTER_1 = { "RS232Handler::fh_get_metercounter_1", "RS232Handler::fh_get_metercounter_1 done.",
-                                 "RS232Handler::fh_set_metercounter_1", "set_meter_counter" };
+                                 "RS232Handler::fh_set_metercounter_1", &CHolvardMeterCounterInterface::set_meter_counter };
 const MeterCounter COUNTER_2 = { "RS232Handler::fh_get_metercounter_2", "RS232Handler::fh_get_metercounter_2 done.",
-                                 "RS232Handler::fh_set_metercounter_2", "set_meter_counter_sat" };
+                                 "RS232Handler::fh_set_metercounter_2", &CHolvardMeterCounterInterface::set_meter_counter_sat };
 const MeterCounter COUNTER_3 = { "RS232Handler::fh_get_metercounter_3", "RS232Handler::fh_get_metercounter_3 done.",
-                                 "RS232Handler::fh_set_metercounter_3", "set_meter_counter_abs" };
+                                 "RS232Handler::fh_set_metercounter_3", &CHolvardMeterCounterInterface::set_meter_counter_abs };
 
 // The same for every counter: the wheel is 200 (never converted to feet) and
 // the resolution 20, which the two-byte integer form sends as two zero bytes.
@@ -44,66 +44,67 @@ const int RESOLUTION = 20;
 
 // The meter counter queries log at level 0 on purpose, unlike the other
 // handlers; keep it so.
-void answerCounter(const RS232Message& request, const MeterCounter& counter, float meters, bool metric)
+RS232Handler::Reply answerCounter(const MeterCounter& counter, float meters, bool metric)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, counter.query_name);
-    RS232Message reply(request);
-    reply.clear_data();
-    reply.set_data(RS232Message::float_to_bytearray(metric ? meters : ConvertMetersToFeet(meters)));
+    const QByteArray value = RS232Message::float_to_bytearray(metric ? meters : ConvertMetersToFeet(meters));
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "sending");
-    RS232::instance()->send_message(&reply);
-    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, counter.query_done);
+    return RS232Handler::reply_with(value, counter.query_done);
 }
 
 // The stored value is left alone: it changes when the service signals back.
 void forwardCounter(const RS232Message& request, const MeterCounter& counter, bool metric,
-                    QDBusAbstractInterface& meterCounters)
+                    CHolvardMeterCounterInterface& meterCounters)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, counter.setting_name);
     const float value = RS232Message::bytearray_to_float(request.data());
     const float meters = metric ? value : ConvertFeetToMeters(value);
-    send_by_name(meterCounters, counter.bus_method, { double(meters) });
+    if (may_send())
+        (meterCounters.*counter.set)(double(meters));
 }
 }
 
-void RS232Handler::fh_get_metercounter_1(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_get_metercounter_1(RS232Handler& self, const RS232Message&)
 {
-    answerCounter(message, COUNTER_1, instance()->m_fMeterCounter, instance()->m_bMetric);
+    return answerCounter(COUNTER_1, self.m_fMeterCounter, self.m_bMetric);
 }
 
-void RS232Handler::fh_get_metercounter_2(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_get_metercounter_2(RS232Handler& self, const RS232Message&)
 {
-    answerCounter(message, COUNTER_2, instance()->m_fSatMeterCounter, instance()->m_bMetric);
+    return answerCounter(COUNTER_2, self.m_fSatMeterCounter, self.m_bMetric);
 }
 
-void RS232Handler::fh_get_metercounter_3(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_get_metercounter_3(RS232Handler& self, const RS232Message&)
 {
-    answerCounter(message, COUNTER_3, instance()->m_fAbsMeterCounter, instance()->m_bMetric);
+    return answerCounter(COUNTER_3, self.m_fAbsMeterCounter, self.m_bMetric);
 }
 
-void RS232Handler::fh_set_metercounter_1(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_set_metercounter_1(RS232Handler& self, const RS232Message& request)
 {
-    forwardCounter(message, COUNTER_1, instance()->m_bMetric, *instance()->m_pMeterCounter);
+    forwardCounter(request, COUNTER_1, self.m_bMetric, *self.m_pMeterCounter);
+    return no_reply();
 }
 
-void RS232Handler::fh_set_metercounter_2(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_set_metercounter_2(RS232Handler& self, const RS232Message& request)
 {
-    forwardCounter(message, COUNTER_2, instance()->m_bMetric, *instance()->m_pMeterCounter);
+    forwardCounter(request, COUNTER_2, self.m_bMetric, *self.m_pMeterCounter);
+    return no_reply();
 }
 
-void RS232Handler::fh_set_metercounter_3(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_set_metercounter_3(RS232Handler& self, const RS232Message& request)
 {
-    forwardCounter(message, COUNTER_3, instance()->m_bMetric, *instance()->m_pMeterCounter);
+    forwardCounter(request, COUNTER_3, self.m_bMetric, *self.m_pMeterCounter);
+    return no_reply();
 }
 
-void RS232Handler::fh_get_metercounter_wheel_length(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_get_metercounter_wheel_length(RS232Handler&, const RS232Message&)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_metercounter_wheel_length");
-    send_reply(message, RS232Message::float_to_bytearray(WHEEL_LENGTH));
+    return reply_with(RS232Message::float_to_bytearray(WHEEL_LENGTH));
 }
 
-void RS232Handler::fh_get_metercounter_resolution(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_get_metercounter_resolution(RS232Handler&, const RS232Message&)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_metercounter_resolution");
-    send_reply(message, RS232Message::int_to_bytearray(RESOLUTION));
+    return reply_with(RS232Message::int_to_bytearray(RESOLUTION));
 }

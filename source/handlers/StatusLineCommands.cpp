@@ -43,52 +43,50 @@ bool statusTextId(unsigned char item, int* textId)
 }
 }
 
-void RS232Handler::fh_get_statusline(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_get_statusline(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_statusline");
-    RS232Handler* self = instance();
-    const unsigned char item = message.data_byte(0);
+    const unsigned char item = request.data_byte(0);
 
     QByteArray reply;
     int textId = item;
     if (statusTextId(item, &textId))
         reply.append(char(item));
 
-    const int handle = self->text_handle_by_id(textId);
-    const QString text = waited(self->m_pVideoOverlay->get_text_string(handle));
-    reply.append(self->encode_text(text));
-    send_reply(message, reply);
+    const int handle = self.text_handle_by_id(textId);
+    const QString text = waited(self.m_pVideoOverlay->get_text_string(handle));
+    reply.append(self.encode_text(text));
+    return reply_with(reply);
 }
 
-void RS232Handler::fh_set_statusline(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_set_statusline(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_statusline");
-    RS232Handler* self = instance();
-    const unsigned char item = message.data_byte(0);
+    const unsigned char item = request.data_byte(0);
     if (item == 0)
-        return;
+        return no_reply();
 
     int textId = item;
     statusTextId(item, &textId);
-    const int handle = self->text_handle_by_id(textId);
-    const QString text = self->decode_text(message.data().mid(1));
-    self->m_pVideoOverlay->set_text_string(handle, text);
+    const int handle = self.text_handle_by_id(textId);
+    const QString text = self.decode_text(request.data().mid(1));
+    self.m_pVideoOverlay->set_text_string(handle, text);
+    return no_reply();
 }
 
-void RS232Handler::fh_get_statusline_state(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_get_statusline_state(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_statusline_state");
-    RS232Handler* self = instance();
-    const unsigned char item = message.data_byte(0);
+    const unsigned char item = request.data_byte(0);
     int textId = 0;
     if (!statusTextId(item, &textId))
-        return;
+        return no_reply();
 
-    const int handle = self->text_handle_by_id(textId);
-    const QVariantList colors = waited_list(self->m_pVideoOverlay->get_text_colors(handle));
+    const int handle = self.text_handle_by_id(textId);
+    const QVariantList colors = waited_list(self.m_pVideoOverlay->get_text_colors(handle));
     if (colors.size() != 2)
-        return;
-    const bool visible = waited(self->m_pVideoOverlay->is_text_visible(handle));
+        return no_reply();
+    const bool visible = waited(self.m_pVideoOverlay->is_text_visible(handle));
 
     QByteArray reply;
     reply.append(char(item));
@@ -96,35 +94,36 @@ void RS232Handler::fh_get_statusline_state(RS232Message& message)
     reply.append(char(visible ? 1 : 0));
     reply.append(char(0)); // reserved
     reply.append(char(0)); // reserved
-    send_reply(message, reply);
+    return reply_with(reply);
 }
 
-void RS232Handler::fh_set_statusline_color(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_set_statusline_color(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_statusline_color");
     EOverlayTextColor foreground;
     EOverlayTextColor background;
     // Byte 1 the second colour, byte 2 the first.
-    GetColorsFromChar(ColorCodeFromPair(message.data_byte(2), message.data_byte(1)), foreground, background);
+    GetColorsFromChar(ColorCodeFromPair(request.data_byte(2), request.data_byte(1)), foreground, background);
 
     int textId = 0;
-    if (!statusTextId(message.data_byte(0), &textId))
-        return;
-    RS232Handler* self = instance();
-    const int handle = self->text_handle_by_id(textId);
-    self->m_pVideoOverlay->set_text_colors(handle, foreground, background);
+    if (!statusTextId(request.data_byte(0), &textId))
+        return no_reply();
+    const int handle = self.text_handle_by_id(textId);
+    self.m_pVideoOverlay->set_text_colors(handle, foreground, background);
+    return no_reply();
 }
 
-void RS232Handler::fh_sta_visibility(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_sta_visibility(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_sta_visibility");
     // The status line texts are switched like every other fixed overlay text.
-    fh_sys_visibility(message);
+    return fh_sys_visibility(self, request);
 }
 
-void RS232Handler::fh_sta_bgcolor(RS232Message&)
+RS232Handler::Reply RS232Handler::fh_sta_bgcolor(RS232Handler&, const RS232Message&)
 {
     // The PC application has these ids, but the overlay never got a separate
     // background colour for the status line: acknowledged and dropped.
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_sta_bgcolor : not implemented");
+    return no_reply();
 }

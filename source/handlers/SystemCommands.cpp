@@ -114,73 +114,62 @@ void RS232Handler::setTalvoxLocale(const QString& locale_code)
     m_pLocaleCodec = codecNamed(localeCodecName(locale.country()));
 }
 
-namespace {
-void sendText(unsigned char command, const QString& text, const char* logPrefix)
-{
-    RS232Message reply;
-    reply.set_command_id(command);
-    reply.set_group_id(GROUP_QUERY);
-    reply.set_data(RS232Handler::instance()->encode_text(text));
-    RS232::instance()->send_message(&reply);
-    TVX_LOG(CEventLogger::LOG_LEVEL_DEBUG, logPrefix + QString::fromLatin1(reply.data()));
-}
-}
-
-void RS232Handler::fh_get_softwareversion(RS232Message&)
+RS232Handler::Reply RS232Handler::fh_get_softwareversion(RS232Handler& self, const RS232Message&)
 {
     // A template that was never filled in; the PC gets it as it stands.
-    sendText(CMD_SOFTWARE_VERSION, SOFTWARE_VERSION_TEXT, "RS232Handler::fh_get_softwareversion: ");
+    const QByteArray text = self.encode_text(SOFTWARE_VERSION_TEXT);
+    return reply_with(text, "RS232Handler::fh_get_softwareversion: " + QString::fromLatin1(text), CEventLogger::LOG_LEVEL_DEBUG);
 }
 
-void RS232Handler::fh_get_softwareid(RS232Message&)
+RS232Handler::Reply RS232Handler::fh_get_softwareid(RS232Handler& self, const RS232Message&)
 {
-    sendText(CMD_SOFTWARE_ID, SOFTWARE_ID_TEXT, "RS232Handler::fh_get_softwareid: ");
+    const QByteArray text = self.encode_text(SOFTWARE_ID_TEXT);
+    return reply_with(text, "RS232Handler::fh_get_softwareid: " + QString::fromLatin1(text), CEventLogger::LOG_LEVEL_DEBUG);
 }
 
-void RS232Handler::fh_get_date_time(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_get_date_time(RS232Handler&, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_date_time");
     const QDateTime now = QDateTime::currentDateTime();
 
     QByteArray data;
-    if (message.get_command_id() == CMD_DATE) {
+    if (request.get_command_id() == CMD_DATE) {
         const QDate date = now.date();
         data.append(char(date.day()));
         data.append(char(date.month()));
         data.append(char(CENTURY_BYTE));
         data.append(char((date.year() + YEAR_OFFSET) % 256));
-    } else if (message.get_command_id() == CMD_TIME) {
+    } else if (request.get_command_id() == CMD_TIME) {
         const QTime time = now.time();
         data.append(char(time.hour()));
         data.append(char(time.minute()));
         data.append(char(time.second()));
         data.append(char(0));
     }
-    message.set_data(data);
-    RS232::instance()->send_message(&message);
+    return reply_with(data);
 }
 
-void RS232Handler::fh_set_date_time(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_set_date_time(RS232Handler&, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_date_time");
-    const QByteArray& data = message.data();
+    const QByteArray& data = request.data();
     QDate date = QDate::currentDate();
     QTime time = QTime::currentTime();
 
-    if (message.get_command_id() == CMD_DATE) {
+    if (request.get_command_id() == CMD_DATE) {
         const QString text = datePiece(data, 2) + datePiece(data, 3) + "-" + datePiece(data, 1) + "-"
                              + datePiece(data, 0);
         date = QDate::fromString(text, "yyyy-MM-dd");
         if (!date.isValid()) {
             TVX_LOG(CEventLogger::LOG_LEVEL_ERROR, "RS232Handler::fh_set_date_time: invalid date \"" + text + "\" ignored");
-            return;
+            return no_reply();
         }
-    } else if (message.get_command_id() == CMD_TIME) {
+    } else if (request.get_command_id() == CMD_TIME) {
         const QString text = datePiece(data, 0) + ":" + datePiece(data, 1) + ":" + datePiece(data, 2);
         time = QTime::fromString(text, "hh:mm:ss");
         if (!time.isValid()) {
             TVX_LOG(CEventLogger::LOG_LEVEL_ERROR, "RS232Handler::fh_set_date_time: invalid time \"" + text + "\" ignored");
-            return;
+            return no_reply();
         }
     }
 
@@ -192,21 +181,21 @@ void RS232Handler::fh_set_date_time(RS232Message& message)
              + digits.toString(date, "yyyy") + digits.toString(time, ".ss"));
     // The hardware clock is kept in UTC.
     runShell("/sbin/hwclock -w -u");
+    return no_reply();
 }
 
-void RS232Handler::fh_get_codec(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_get_codec(RS232Handler& self, const RS232Message&)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "RS232Handler::fh_get_codec");
-    message.set_data(QByteArray(1, char(instance()->m_iCodecSelector & 0xFF)));
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "sending");
-    RS232::instance()->send_message(&message);
-    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "RS232Handler::fh_get_codec done.");
+    return reply_with(QByteArray(1, char(self.m_iCodecSelector & 0xFF)), "RS232Handler::fh_get_codec done.");
 }
 
-void RS232Handler::fh_set_codec(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_set_codec(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_codec");
-    const unsigned char selector = message.data_byte(0);
+    const unsigned char selector = request.data_byte(0);
     if (selector <= SELECTOR_UTF16)
-        instance()->m_iCodecSelector = selector;
+        self.m_iCodecSelector = selector;
+    return no_reply();
 }

@@ -80,127 +80,129 @@ const VisibilityRow* visibilityRow(unsigned char commandId)
 }
 }
 
-void RS232Handler::fh_clear_screen(RS232Message&)
+RS232Handler::Reply RS232Handler::fh_clear_screen(RS232Handler& self, const RS232Message&)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_clear_screen");
-    instance()->m_pTextLines->clearScreen();
+    self.m_pTextLines->clearScreen();
+    return no_reply();
 }
 
-void RS232Handler::fh_set_cursor(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_set_cursor(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_cursor");
     // Column and line as they stand: this one command counts lines from 0.
-    instance()->m_pTextLines->setCursorPos(message.data_byte(0), message.data_byte(1));
+    self.m_pTextLines->setCursorPos(request.data_byte(0), request.data_byte(1));
+    return no_reply();
 }
 
-void RS232Handler::fh_set_line_color(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_set_line_color(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_line_color");
     // One byte: the cursor colours. Two: a 1-based line, then its colours.
-    const bool cursorOnly = message.get_data_length() == 1;
+    const bool cursorOnly = request.get_data_length() == 1;
     EOverlayTextColor foreground;
     EOverlayTextColor background;
-    GetColorsFromChar(static_cast<char>(message.data_byte(cursorOnly ? 0 : 1)), foreground, background);
+    GetColorsFromChar(static_cast<char>(request.data_byte(cursorOnly ? 0 : 1)), foreground, background);
 
-    CTextLinesManager* screen = instance()->m_pTextLines;
+    CTextLinesManager* screen = self.m_pTextLines;
     if (cursorOnly)
         screen->setCursorColor(foreground, background);
     else
-        screen->setTextLineColor(screenLine(message.data_byte(0)), foreground, background);
+        screen->setTextLineColor(screenLine(request.data_byte(0)), foreground, background);
+    return no_reply();
 }
 
-void RS232Handler::fh_get_line(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_get_line(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_line");
-    RS232Handler* self = instance();
-    const unsigned char line = message.data_byte(0);
-    const QString text = self->m_pTextLines->getTextLineStr(screenLine(line));
+    const unsigned char line = request.data_byte(0);
+    const QString text = self.m_pTextLines->getTextLineStr(screenLine(line));
 
     // The line byte as received, then the text, no length and no terminator.
     QByteArray reply(1, static_cast<char>(line));
-    reply += self->encode_text(text);
-    send_reply(message, reply);
+    reply += self.encode_text(text);
+    return reply_with(reply);
 }
 
-void RS232Handler::fh_set_line(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_set_line(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_line");
-    RS232Handler* self = instance();
-    const unsigned char line = screenLine(message.data_byte(0));
-    const QByteArray& data = message.data();
+    const unsigned char line = screenLine(request.data_byte(0));
+    const QByteArray& data = request.data();
 
     // A line number alone clears the line.
     if (data.size() > 1)
-        self->m_pTextLines->setTextLineStr(line, self->decode_text(data.mid(1)));
+        self.m_pTextLines->setTextLineStr(line, self.decode_text(data.mid(1)));
     else
-        self->m_pTextLines->clearTextLine(line);
+        self.m_pTextLines->clearTextLine(line);
+    return no_reply();
 }
 
-void RS232Handler::fh_set_text(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_set_text(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_text");
-    RS232Handler* self = instance();
-    if (message.data().isEmpty())
-        return;
-    self->m_pTextLines->writeText(self->decode_text(message.data()));
+    if (request.data().isEmpty())
+        return no_reply();
+    self.m_pTextLines->writeText(self.decode_text(request.data()));
+    return no_reply();
 }
 
 void RS232Handler::add_char_to_line(char byte)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::add_char_to_line");
-    RS232Handler* self = instance();
+    RS232Handler& self = *instance();
     // Typed characters are written only while the locale codec is selected.
-    if (!self->locale_codec_selected())
+    if (!self.locale_codec_selected())
         return;
-    const QString text = self->decode_text(QByteArray::fromRawData(&byte, 1));
+    const QString text = self.decode_text(QByteArray::fromRawData(&byte, 1));
     begin_bus_command();
-    self->m_pTextLines->writeChar(text.isEmpty() ? QChar() : text.at(0));
+    self.m_pTextLines->writeChar(text.isEmpty() ? QChar() : text.at(0));
 }
 
-void RS232Handler::fh_start_temp_text(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_start_temp_text(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_start_temp_text");
-    RS232Handler* self = instance();
     // Byte 0 the 1-based first line, byte 1 the display duration, byte 2
     // unused, then the texts separated by zero bytes.
-    const int firstLine = message.data_byte(0);
-    const int duration = message.data_byte(1);
-    const QList<QByteArray> pieces = message.data().mid(TEMP_TEXT_FIRST_TEXT_BYTE).split('\0');
+    const int firstLine = request.data_byte(0);
+    const int duration = request.data_byte(1);
+    const QList<QByteArray> pieces = request.data().mid(TEMP_TEXT_FIRST_TEXT_BYTE).split('\0');
 
     // Always five lines; missing texts are empty, further ones ignored. The
     // line is a plain int: a first line of 0 draws at line -1.
     for (int i = 0; i < TEMP_TEXT_COUNT; ++i) {
-        const QString text = i < pieces.size() ? self->decode_text(pieces.at(i)) : QString();
-        self->m_pVideoOverlay->draw_temp_text(text, TEMP_TEXT_FOREGROUND, TEMP_TEXT_BACKGROUND, TEMP_TEXT_COLUMN,
+        const QString text = i < pieces.size() ? self.decode_text(pieces.at(i)) : QString();
+        self.m_pVideoOverlay->draw_temp_text(text, TEMP_TEXT_FOREGROUND, TEMP_TEXT_BACKGROUND, TEMP_TEXT_COLUMN,
                                               firstLine - 1 + i, duration);
     }
+    return no_reply();
 }
 
-void RS232Handler::fh_overlay_visibility(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_overlay_visibility(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_overlay_visibility");
-    CQuorendVideoOverlayInterface* overlay = instance()->m_pVideoOverlay;
-    if (message.get_command_id() == CMD_SHOW_OVERLAY)
+    CQuorendVideoOverlayInterface* overlay = self.m_pVideoOverlay;
+    if (request.get_command_id() == CMD_SHOW_OVERLAY)
         overlay->show_overlay();
     else
         overlay->hide_overlay();
+    return no_reply();
 }
 
-void RS232Handler::fh_sys_visibility(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_sys_visibility(RS232Handler& self, const RS232Message& request)
 {
     // Logged at debug level, one below the other screen commands.
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_DEBUG, "RS232Handler::fh_sys_visibility");
-    const VisibilityRow* row = visibilityRow(message.get_command_id());
+    const VisibilityRow* row = visibilityRow(request.get_command_id());
     if (!row)
-        return;
+        return no_reply();
 
-    RS232Handler* self = instance();
-    const int handle = self->text_handle_by_id(row->text_id);
+    const int handle = self.text_handle_by_id(row->text_id);
     if (handle == 0 || row->actions == HANDLE_ONLY)
-        return;
+        return no_reply();
 
-    CQuorendVideoOverlayInterface* overlay = self->m_pVideoOverlay;
-    switch (message.get_command_id() - row->first_command_id) {
+    CQuorendVideoOverlayInterface* overlay = self.m_pVideoOverlay;
+    switch (request.get_command_id() - row->first_command_id) {
     case ACTION_SHOW:
         overlay->show_text(handle);
         break;
@@ -215,4 +217,5 @@ void RS232Handler::fh_sys_visibility(RS232Message& message)
             overlay->show_text(handle);
         break;
     }
+    return no_reply();
 }

@@ -63,16 +63,15 @@ char positionByte(const QVariantList& position, int index)
 }
 }
 
-void RS232Handler::fh_get_unit_state(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_get_unit_state(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_unit_state");
-    const UnitText* unit = findUnitText(&UnitText::state_command_id, message.get_command_id());
+    const UnitText* unit = findUnitText(&UnitText::state_command_id, request.get_command_id());
     if (!unit)
-        return;
+        return no_reply();
 
-    RS232Handler* self = instance();
-    CQuorendVideoOverlayInterface* overlay = self->m_pVideoOverlay;
-    const int handle = self->text_handle_by_id(unit->text_id);
+    CQuorendVideoOverlayInterface* overlay = self.m_pVideoOverlay;
+    const int handle = self.text_handle_by_id(unit->text_id);
     const int format = waited(overlay->get_text_format(handle));
     const QVariantList position = waited_list(overlay->get_text_position(handle));
     const bool visible = waited(overlay->is_text_visible(handle));
@@ -83,33 +82,33 @@ void RS232Handler::fh_get_unit_state(RS232Message& message)
     reply.append(positionByte(position, 0));
     reply.append(positionByte(position, 1));
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_DEBUG, "sending");
-    send_reply(message, reply);
+    return reply_with(reply);
 }
 
-void RS232Handler::fh_set_unit_position(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_set_unit_position(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_unit_position");
-    const UnitText* unit = findUnitText(&UnitText::position_command_id, message.get_command_id());
+    const UnitText* unit = findUnitText(&UnitText::position_command_id, request.get_command_id());
     if (!unit)
-        return;
+        return no_reply();
 
-    RS232Handler* self = instance();
-    const int handle = self->text_handle_by_id(unit->text_id);
-    self->m_pVideoOverlay->set_text_position(handle, message.data_byte(0), message.data_byte(1));
+    const int handle = self.text_handle_by_id(unit->text_id);
+    self.m_pVideoOverlay->set_text_position(handle, request.data_byte(0), request.data_byte(1));
+    return no_reply();
 }
 
-void RS232Handler::fh_set_device_color(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_set_device_color(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_device_color");
     // Byte 1 the second colour, byte 2 the first, as in the status line.
     EOverlayTextColor foreground;
     EOverlayTextColor background;
-    GetColorsFromChar(ColorCodeFromPair(message.data_byte(2), message.data_byte(1)), foreground, background);
+    GetColorsFromChar(ColorCodeFromPair(request.data_byte(2), request.data_byte(1)), foreground, background);
 
-    const UnitText* unit = findUnitText(&UnitText::color_index, message.data_byte(0));
+    const UnitText* unit = findUnitText(&UnitText::color_index, request.data_byte(0));
     if (!unit)
-        return;
-    RS232Handler* self = instance();
-    const int handle = self->text_handle_by_id(unit->text_id);
-    self->m_pVideoOverlay->set_text_colors(handle, foreground, background);
+        return no_reply();
+    const int handle = self.text_handle_by_id(unit->text_id);
+    self.m_pVideoOverlay->set_text_colors(handle, foreground, background);
+    return no_reply();
 }

@@ -46,34 +46,36 @@ const CounterCommand COUNTER_COMMANDS[] = {
 };
 }
 
-void RS232Handler::fh_cmd_videocounter(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_cmd_videocounter(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_DEBUG, "RS232Handler::fh_cmd_videocounter");
     for (const CounterCommand& row : COUNTER_COMMANDS) {
-        if (row.command_id == message.get_command_id()) {
-            row.send(*instance()->m_pVideoOverlay);
-            return;
+        if (row.command_id == request.get_command_id()) {
+            row.send(*self.m_pVideoOverlay);
+            return no_reply();
         }
     }
+    return no_reply();
 }
 
-void RS232Handler::fh_get_videocounter(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_get_videocounter(RS232Handler& self, const RS232Message&)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_DEBUG, "RS232Handler::fh_get_videocounter");
-    const QVariantList counter = waited_list(instance()->m_pVideoOverlay->get_videocounter());
+    const QVariantList counter = waited_list(self.m_pVideoOverlay->get_videocounter());
 
     QByteArray reply(LINE_VALUES, NO_VALUE);
     if (counter.size() == BUS_VALUES) {
         for (int i = 0; i < LINE_VALUES; ++i)
             reply[i] = char(counter.at(i + 1).toInt() & 0xFF);
     }
-    send_reply(message, reply);
+    return reply_with(reply);
 }
 
-void RS232Handler::fh_set_videocounter(RS232Message& message)
+RS232Handler::Reply RS232Handler::fh_set_videocounter(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_DEBUG, "RS232Handler::fh_set_videocounter");
-    send_by_name(*instance()->m_pVideoOverlay, "set_videocounter",
-                 { LEAD_VALUE, int(message.data_byte(0)), int(message.data_byte(1)), int(message.data_byte(2)),
-                   int(message.data_byte(3)) });
+    if (may_send())
+        self.m_pVideoOverlay->set_videocounter(LEAD_VALUE, request.data_byte(0), request.data_byte(1),
+                                               request.data_byte(2), request.data_byte(3));
+    return no_reply();
 }
