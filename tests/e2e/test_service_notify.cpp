@@ -141,6 +141,14 @@ private slots:
         QVERIFY(rig.readReply(5000).has_value());
         QVERIFY(collectUntil([&] { return count("WATCHDOG=1") >= 2; }, 3000));
     }
+
+    void stoppingOnSigterm()
+    {
+        fromService.clear();
+        QVERIFY(::kill(pid_t(rig.servicePid()), SIGTERM) == 0);
+        QVERIFY(collectUntil([&] { return count("STOPPING=1") == 1; }, 3000));
+        QCOMPARE(rig.waitForExit(3000), 0);
+    }
 };
 
 QTEST_GUILESS_MAIN(ServiceNotifyTest)
