@@ -78,6 +78,7 @@ class ServiceNotifyTest : public QObject
 
     TestRig rig;
     NotifySocket socket;
+    qint64 servicePid = 0; // kept: the rig forgets it once the service has ended
     QList<QByteArray> fromService; // what the service said, in order
 
     // Collects until `done` holds for what the service has said, or the time-out passes.
@@ -85,7 +86,7 @@ class ServiceNotifyTest : public QObject
     {
         return QTest::qWaitFor([&] {
             for (const Notification& notification : socket.take()) {
-                if (notification.pid == rig.servicePid())
+                if (notification.pid == servicePid)
                     fromService.append(notification.text);
             }
             return done();
@@ -105,6 +106,7 @@ private slots:
         qputenv("NOTIFY_SOCKET", address);
         qputenv("WATCHDOG_USEC", QByteArray::number(WATCHDOG_MS * 1000));
         TALVOX_RIG_START(rig);
+        servicePid = rig.servicePid();
         qunsetenv("NOTIFY_SOCKET");
         qunsetenv("WATCHDOG_USEC");
     }
@@ -145,7 +147,7 @@ private slots:
     void stoppingOnSigterm()
     {
         fromService.clear();
-        QVERIFY(::kill(pid_t(rig.servicePid()), SIGTERM) == 0);
+        QVERIFY(::kill(pid_t(servicePid), SIGTERM) == 0);
         QVERIFY(collectUntil([&] { return count("STOPPING=1") == 1; }, 3000));
         QCOMPARE(rig.waitForExit(3000), 0);
     }
