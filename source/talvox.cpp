@@ -6,6 +6,7 @@
 #include "CTerminationSignals.h"
 #include "RS232.h"
 #include "RS232Handler.h"
+#include "ServiceManager.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -153,6 +154,7 @@ int talvox_main(int argc, char** argv)
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "start initialize RS232Handler");
     RS232Handler::instance()->init();
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "end initialize RS232Handler, result: OK");
+    ServiceManager::notifyReady();
 
     // The service stays in the foreground; whoever starts it may detach it.
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "start deamonizing");
