@@ -1,4 +1,4 @@
-// talvox-pc against the command catalogue: every (command id, group id) has
+// talvox-pc against the command catalogue it shares with the service: every (command id, group id) has
 // exactly one name, and docs/protocol.md is what talvox-pc generates from it.
 #include "CommandCatalogue.h"
 
@@ -15,8 +15,6 @@ QByteArray clientOutput(const QString& option)
     const bool ok = client.waitForFinished(10000) && client.exitStatus() == QProcess::NormalExit;
     return ok && client.exitCode() == 0 ? client.readAllStandardOutput() : QByteArray();
 }
-
-QString pairText(int command, int group) { return QString("0x%1 %2").arg(command, 2, 16, QChar('0')).arg(group); }
 }
 
 class TestClientCatalogue : public QObject
@@ -24,26 +22,20 @@ class TestClientCatalogue : public QObject
     Q_OBJECT
 
 private slots:
-    // talvox-pc names every pair of the catalogue it shares with the service, each once.
+    // "0x30 1 metercounter get 1": the pair, then the name; each pair of the catalogue once, each name once.
     void everyPairHasExactlyOneName()
     {
-        QStringList catalogued;
+        QStringList catalogued, named, names;
         for (const CatalogueEntry& entry : catalogue())
-            catalogued.append(pairText(entry.command, entry.group));
-        catalogued.sort();
-        QCOMPARE(catalogued.removeDuplicates(), 0);
-
-        // "0x30 1 metercounter get 1": the pair, then the name.
-        QStringList named, names;
+            catalogued.append(QString("%1 %2").arg(entry.command).arg(entry.group));
         for (const QString& line : QString::fromUtf8(clientOutput("--list-pairs")).split('\n', Qt::SkipEmptyParts)) {
-            bool ok = false;
-            named.append(pairText(line.section(' ', 0, 0).toInt(&ok, 16), line.section(' ', 1, 1).toInt()));
-            QVERIFY2(ok, qPrintable(line));
+            named.append(QString("%1 %2").arg(line.section(' ', 0, 0).toInt(nullptr, 16)).arg(line.section(' ', 1, 1)));
             names.append(line.section(' ', 2));
         }
+        catalogued.sort();
         named.sort();
         QCOMPARE(named, catalogued);
-        QCOMPARE(names.removeDuplicates(), 0);
+        QCOMPARE(named.removeDuplicates() + names.removeDuplicates(), 0);
     }
 
     void referenceIsGeneratedFromTheCatalogue()

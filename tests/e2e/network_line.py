@@ -140,11 +140,32 @@ def talvox_pc_session(port):
     code, out, _ = client("-d", remote, "--raw", "id")
     check(code == 0 and "sent:     02 FF 01 00 00 03\nreceived: 06 02 FF 01 35 00 56" in out,
           "talvox-pc rfc2217: id, 0xFF both ways")
-    long_text = "\u00ff" * 254  # 255 data bytes with the line number: length lo 0xFF
-    code, out, err = client("-d", remote, "line", "set", "7", long_text)
-    check(code == 0, "talvox-pc rfc2217: 255-byte line set (%s)" % err)
-    code, out, _ = client("-d", remote, "line", "get", "7")
-    check(code == 0 and re.fullmatch('line 7: "\u00ff+"\n', out) is not None, "talvox-pc rfc2217: line get 7 (%s)" % out)
+
+    code, _, err = client("-d", "/dev/no-such-line", "version")
+    check(code == 2 and "cannot open /dev/no-such-line" in err, "missing device: " + err.strip())
+
+    # Names become frames, as --raw shows them (counter 3 is set under 0x3C; texts in the chosen set).
+    for arguments, sent in ((["metercounter", "set", "3", "1"], "3C 02 04 00 3F 80 00 00"),
+                            (["date", "set", "2026-11-22"], "40 02 04 00 16 0B 14 1A"),
+                            (["--charset", "utf8", "line", "set", "1", "\u00fc"], "98 02 03 00 01 C3 BC"),
+                            (["line", "set", "1", "\u00fc"], "98 02 02 00 01 FC"),
+                            (["screen", "temp", "4", "10", "AB", "CD"], "D7 02 08 00 04 0A 00 41 42 00 43 44")):
+        code, out, err = client("-d", remote, "--raw", *arguments)
+        check(code == 0 and out.startswith("sent:     02 %s 03\nreceived: 06\n" % sent),
+              "talvox-pc --raw %s: %s%s" % (" ".join(arguments), out, err))
+    # A NAK, an ACK without its reply, silence and an unknown name: each its own exit code.
+    for arguments, exit_code, message in ((["raw", "0x05", "3"], 3, "refused the frame (NAK 0x15)"),
+                                          (["statusline", "state", "0"], 4, "acknowledged the command but sent no reply"),
+                                          (["raw", "0", "1"], 4, "no answer within 400 ms"),
+                                          (["frobnicate"], 1, "metercounter get 1")):
+        code, out, err = client("-d", remote, "--timeout", "400", *arguments)
+        check(code == exit_code and message in out + err, "talvox-pc %s: %d %s" % (" ".join(arguments), code, err))
+    # A script: comments skipped, later texts follow its "codec set".
+    result = subprocess.run([CLIENT, "-d", remote], input='# a comment\ncodec set utf8\nline set 3 "Gr\u00fc\u00dfe"\n'
+                            'line get 3\ncodec set locale\nversion\n'.encode(), capture_output=True, timeout=20)
+    out = result.stdout.decode("utf-8", "replace")
+    check(result.returncode == 0 and 'line 3: "Gr\u00fc\u00dfe"\n' in out and out.count("done (acknowledged)") == 3
+          and "software version: " in out, "talvox-pc script: " + out)
 
     # A raw TCP bridge to the same PC end.
     bridge_port = free_port()
@@ -166,8 +187,6 @@ def talvox_pc_session(port):
     finally:
         bridge.terminate()
         bridge.wait()
-    code, _, err = client("decode", os.path.join(WORK, "no-such-capture"))
-    check(code == 2 and "cannot read" in err, "missing capture: " + err.strip())
 
 
 def check_decoded_trace():

@@ -1,4 +1,4 @@
-// Dispatch, character sets, software texts, locale and clock end to end (date programs are recording stand-ins).
+// Character sets, software texts, locale and clock end to end (date programs are recording stand-ins).
 #include "RS232Message.h"
 #include "TestRig.h"
 
@@ -32,29 +32,6 @@ private slots:
         TALVOX_RIG_START(rig, RigOptions { "ru_RU", 0, 0, {}, { "LC_ALL=ar_EG.UTF-8" } });
         const QByteArray text = "\x03" + QStringLiteral("Жť€ș").toUtf8();
         QVERIFY(setSelector(hex("01")) && rig.send(0x90, SETTING, text) && setSelector(hex("00")));
-    }
-
-    // Each row's name is the command key the service logs; an unknown pair is acknowledged and dropped silently.
-    void dispatch_data()
-    {
-        QTest::addColumn<QString>("handler"); // empty: not in the table
-        QTest::newRow("0x3c|0x1") << "fh_get_unit_state";
-        QTest::newRow("0x3c|0x2") << "fh_set_metercounter_3";
-        QTest::newRow("0x3b|0x2") << QString();
-    }
-    void dispatch()
-    {
-        QFETCH(QString, handler);
-        const QString key = QTest::currentDataTag();
-        const int group = key.section('|', 1).toInt(nullptr, 16), logStart = rig.serviceLog().size();
-        QVERIFY(rig.send(quint8(key.section('|', 0, 0).toInt(nullptr, 16)), quint8(group)));
-        QVERIFY((group != QUERY || rig.readReply()) && settled());
-        QVERIFY(QTest::qWaitFor([&] { return rig.serviceLog().indexOf("fh_get_codec done.", logStart) > 0; }));
-
-        const QString log = rig.serviceLog().mid(logStart);
-        QCOMPARE(log.count(": handling "), handler.isEmpty() ? 1 : 2);
-        const QString next = log.section(": handling " + key + " 30\n", 1).section('\n', 0, 0);
-        QVERIFY2(handler.isEmpty() || next.endsWith(": RS232Handler::" + handler), qPrintable(log));
     }
 
     // The selector takes only 0, 1 and 2, the byte read unsigned; no byte reads as 0. Texts follow the selector.

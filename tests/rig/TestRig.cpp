@@ -14,6 +14,7 @@
 #include <QTest>
 
 #include <cerrno>
+#include <functional>
 #include <cstring>
 #include <csignal>
 #include <fcntl.h>
@@ -46,6 +47,13 @@ class ChildProcess : public QtCompat::SetupProcess
 protected:
     void childSetup() override { prctl(PR_SET_PDEATHSIG, SIGTERM); }
 };
+
+// Waits until `ready`, or until the process has ended without it.
+bool cameUp(const QProcess& process, const std::function<bool()>& ready)
+{
+    return QTest::qWaitFor([&] { return ready() || process.state() == QProcess::NotRunning; }, START_TIMEOUT_MS)
+        && ready();
+}
 
 void stop(std::unique_ptr<QProcess>& process)
 {
@@ -106,9 +114,7 @@ bool TestRig::startService()
                       QStringList { "sh", TALVOX_SIM_ENV_DIR "/run-isolated", m_dir, TALVOX_BIN, "-d", m_device, "-l",
                                     "7" } + m_options.extraArgs,
                       m_options.environment);
-    const auto ready = [&] { return serviceLog().indexOf(READY_LINE, logStart) >= 0; };
-    const auto ended = [&] { return m_service->state() == QProcess::NotRunning; };
-    return (QTest::qWaitFor([&] { return ready() || ended(); }, START_TIMEOUT_MS) && ready())
+    return cameUp(*m_service, [&] { return serviceLog().indexOf(READY_LINE, logStart) >= 0; })
         || fail(QString("talvox did not get ready (exit code %1): %2").arg(waitForExit(0)).arg(tail(serviceLog())));
 }
 
@@ -122,9 +128,7 @@ bool TestRig::startSimulator()
 {
     m_simulator = spawn("simulator.log", { TALVOX_SIM_BIN });
     QDBusConnectionInterface* names = QDBusConnection(m_busName).interface();
-    const auto up = [&] { return names->isServiceRegistered(SIMULATOR).value(); };
-    const auto ended = [&] { return m_simulator->state() == QProcess::NotRunning; };
-    return (QTest::qWaitFor([&] { return up() || ended(); }, START_TIMEOUT_MS) && up())
+    return cameUp(*m_simulator, [&] { return names->isServiceRegistered(SIMULATOR).value(); })
         || fail("talvox-sim did not come up: " + tail(readText(m_dir + "/simulator.log")));
 }
 
@@ -371,12 +375,9 @@ std::optional<RigReply> TestRig::readReply(int timeoutMs)
 QByteArray TestRig::query(quint8 command, quint8 group, const QByteArray& data, int timeoutMs)
 {
     const std::optional<RigReply> reply = send(command, group, data) ? readReply(timeoutMs) : std::nullopt;
-    if (reply && reply->command == command && reply->group == group)
-        return reply->data;
-    if (reply)
-        fail(QString("expected a reply %1/%2, got %3/%4 with data \"%5\"").arg(command, 2, 16, QChar('0')).arg(group)
-                 .arg(reply->command, 2, 16, QChar('0')).arg(reply->group).arg(QString(reply->data.toHex())));
-    return QByteArray();
+    if (reply && (reply->command != command || reply->group != group))
+        fail(QString("expected a reply %1/%2, got %3/%4").arg(command, 0, 16).arg(group).arg(reply->command, 0, 16).arg(reply->group));
+    return reply && reply->command == command && reply->group == group ? reply->data : QByteArray();
 }
 
 std::optional<QVariantList> TestRig::simCall(const QString& method, const QVariantList& args)

@@ -1,26 +1,29 @@
-// The message frame: header arithmetic, validity, copies, text form and the int and short-input quirks of the
-// value encodings (their byte order on every host is test_portability's).
+// The value encodings of the message frame, checked bit by bit from raw patterns so that they hold on the
+// controller (big-endian, 32-bit) as on the development host (these tests run in the s390x and i386 cross
+// builds too), with the int and short-input quirks; and no read past the data.
 #include "RS232Message.h"
 
 #include <QtTest>
 
 #include <climits>
+#include <cstring>
 
 namespace {
 QByteArray hex(const char* text) { return QByteArray::fromHex(text); }
 
-// A message holding `data`; lo and hi, if given, announce another length.
-RS232Message message(int command, int group, const QByteArray& data, int lo = -1, int hi = -1)
+QByteArray bigEndian(quint64 bits, int count)
 {
-    RS232Message m;
-    m.set_command_id(command);
-    m.set_group_id(group);
-    m.set_data(data);
-    if (lo >= 0) {
-        m.set_length_lo(lo);
-        m.set_length_hi(hi);
-    }
-    return m;
+    QByteArray bytes;
+    for (int i = count - 1; i >= 0; --i)
+        bytes.append(char((bits >> (8 * i)) & 0xFF));
+    return bytes;
+}
+
+template <typename To, typename From> To bitCast(From from)
+{
+    To to;
+    std::memcpy(&to, &from, sizeof to);
+    return to;
 }
 }
 
@@ -29,6 +32,54 @@ class TestMessage : public QObject
     Q_OBJECT
 
 private slots:
+    // Names the byte order and word size in the log, so a cross run shows it ran on the intended target.
+    void hostReport()
+    {
+        qInfo("byte order: %s, pointer: %d bits, long: %d bits, char is %s",
+              QSysInfo::ByteOrder == QSysInfo::BigEndian ? "big-endian" : "little-endian", int(8 * sizeof(void*)),
+              int(8 * sizeof(long)), char(-1) < 0 ? "signed" : "unsigned");
+    }
+
+    // Each pattern goes out most significant byte first and comes back with the same bits.
+    void patterns_data()
+    {
+        QTest::addColumn<quint32>("floatBits");
+        QTest::addColumn<quint64>("doubleBits");
+        QTest::newRow("normal, high bit in every byte") << quint32(0xC1B2A394) << Q_UINT64_C(0xC1B2A39485F6E7D8);
+        QTest::newRow("-0") << quint32(0x80000000) << Q_UINT64_C(0x8000000000000000);
+        QTest::newRow("-inf") << quint32(0xFF800000) << Q_UINT64_C(0xFFF0000000000000);
+        QTest::newRow("signalling NaN with payload") << quint32(0x7F812345) << Q_UINT64_C(0x7FF0DEADBEEF0001);
+        QTest::newRow("subnormal") << quint32(0x007FFFFF) << Q_UINT64_C(0x0000000000000001);
+    }
+
+    void patterns()
+    {
+        QFETCH(quint32, floatBits);
+        QFETCH(quint64, doubleBits);
+#if defined(__i386__) && !defined(__SSE2_MATH__)
+        // x87 quiets a signalling NaN whenever a value passes through its registers (a float or double return
+        // value always does on i386); the controller's PowerPC and any SSE host keep it.
+        if (QByteArray(QTest::currentDataTag()).contains("NaN"))
+            QSKIP("x87 floating point quiets signalling NaNs");
+#endif
+        QCOMPARE(RS232Message::float_to_bytearray(bitCast<float>(floatBits)), bigEndian(floatBits, 4));
+        QCOMPARE(bitCast<quint32>(RS232Message::bytearray_to_float(bigEndian(floatBits, 4))), floatBits);
+        QCOMPARE(RS232Message::double_to_bytearray(bitCast<double>(doubleBits)), bigEndian(doubleBits, 8));
+        QCOMPARE(bitCast<quint64>(RS232Message::bytearray_to_double(bigEndian(doubleBits, 8))), doubleBits);
+    }
+
+    // Handlers decode values at any offset in a request (three doubles back to back, a float after a byte).
+    void decodingAtAnyAlignment()
+    {
+        for (int offset = 0; offset < 8; ++offset) {
+            const QByteArray storage = QByteArray(offset, '\x55') + bigEndian(Q_UINT64_C(0x400921FB54442D18), 8); // pi
+            const QByteArray view = QByteArray::fromRawData(storage.constData() + offset, 8);
+            QCOMPARE(RS232Message::bytearray_to_double(view), 3.141592653589793);
+            QCOMPARE(RS232Message::bytearray_to_float(view.left(4)), 2.1426990032196045f); // 0x400921FB
+            QCOMPARE(RS232Message::bytearray_to_int(view.mid(2, 2)), int(0xFB210000u));
+        }
+    }
+
     // An int travels as its upper 16 bits, the lower of the two bytes first.
     void intPair_data()
     {
@@ -69,63 +120,15 @@ private slots:
         QTEST(RS232Message::bytearray_to_int(exact), "asInt");
     }
 
-    // The announced length is length lo + length hi, not a 16-bit number.
-    void sumLength()
+    // A byte the data lacks reads as 0, before it as after it.
+    void missingDataBytesReadAsZero()
     {
-        for (const int half : {1, 255}) { // 1+1 is 2, not 257
-            RS232Message m = message(5, 1, {}, half, half);
-            QCOMPARE(m.get_setted_length(), 2 * half);
-            for (int i = 0; i < 2 * half; ++i) {
-                QVERIFY(!m.is_data_complete());
-                m.append_data_byte(0xEE);
-            }
-            QVERIFY(m.is_valid());
-            QCOMPARE(int(m.get_length_lo()), half); // appending leaves the header alone
-            m.append_data_byte(0xEE);
-            QVERIFY(!m.is_data_complete());
-            QVERIFY(!m.is_valid());
-        }
-    }
-
-    // set_data() writes size & 0xFF and size >> 8: beyond 255 bytes the sum no longer matches.
-    void lengthFromDataSize()
-    {
-        const RS232Message full = message(5, 1, QByteArray(255, 'x')), over = message(5, 1, QByteArray(256, 'x'));
-        QCOMPARE(QPoint(full.get_length_lo(), full.get_length_hi()), QPoint(255, 0));
-        QVERIFY(full.is_valid());
-        QCOMPARE(QPoint(over.get_length_lo(), over.get_length_hi()), QPoint(0, 1));
-        QCOMPARE(over.get_data_length(), 256);
-        QVERIFY(!over.is_valid());
-    }
-
-    // Command 0 and group 255 are invalid; clearing the data keeps the ids; a copy takes its length bytes from
-    // the data, whatever the source announced; a byte the data lacks reads as 0.
-    void idsClearingCopiesAndDataBytes()
-    {
-        QVERIFY(!message(0, 1, {}).is_valid());
-        QVERIFY(!message(5, 255, {}).is_valid());
-        QVERIFY(message(255, 254, {}).is_valid()); // only the receiver limits groups
-        RS232Message m = message(7, 2, hex("010203"));
-        m.clear_data();
-        QCOMPARE(m.toStr(), QString("0x7|0x2|0x0|0x0|"));
-        QVERIFY(m.is_valid());
-        m.clear();
-        QCOMPARE(m.toStr(), QString("0x0|0xff|0x0|0x0|"));
-        QVERIFY(!m.is_valid());
-
-        const RS232Message source = message(9, 1, hex("aa01"), 3, 2);
-        RS232Message copy(source);
-        QCOMPARE(copy.toStr(), QString("0x9|0x1|0x2|0x0|0xaa|0x1"));
-        QVERIFY(copy.is_valid());
-        copy.append_data_byte(0xBB);
-        copy.set_command_id(10);
-        QCOMPARE(source.toStr(), QString("0x9|0x1|0x3|0x2|0xaa|0x1"));
-        QCOMPARE(int(source.data_byte(0)), 0xAA);
-        QCOMPARE(int(source.data_byte(2)), 0);
-        QCOMPARE(int(source.data_byte(-1)), 0);
-        QCOMPARE(int(byte_at(QByteArray(), 0)), 0);
+        RS232Message message;
+        message.set_data(hex("aa01"));
+        QCOMPARE(int(message.data_byte(0)), 0xAA);
+        QCOMPARE(int(message.data_byte(2)) + int(message.data_byte(-1)) + int(byte_at(QByteArray(), 0)), 0);
     }
 };
 
-QTEST_APPLESS_MAIN(TestMessage)
+QTEST_GUILESS_MAIN(TestMessage)
 #include "test_message.moc"

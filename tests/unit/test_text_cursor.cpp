@@ -18,11 +18,9 @@ private slots:
         QTest::addColumn<QPoint>("from");
         QTest::addColumn<int>("steps");
         QTest::addColumn<QPoint>("to");
-        QTest::newRow("line 255 + 1 is line 0") << 40 << 16 << QPoint(39, 255) << 1 << QPoint(0, 0);
         QTest::newRow("no geometry: every step a new line at 3") << 0 << 0 << QPoint(5, 7) << 1 << QPoint(0, 3);
         QTest::newRow("four lines: the last line forced to 3") << 40 << 4 << QPoint(39, 2) << 1 << QPoint(0, 3);
         QTest::newRow("whole ordinary screen back to the start") << 40 << 16 << QPoint(0, 3) << 480 << QPoint(0, 3);
-        QTest::newRow("5000 counts as 1000") << 40 << 16 << QPoint(0, 3) << 5000 << QPoint(0, 4);
         QTest::newRow("place: last but one column and line kept") << 40 << 16 << QPoint(38, 14) << -1 << QPoint(38, 14);
         QTest::newRow("place: line 2 goes to 3") << 40 << 16 << QPoint(10, 2) << -1 << QPoint(10, 3);
         QTest::newRow("place: four lines, line 3 goes to 2") << 40 << 4 << QPoint(5, 3) << -1 << QPoint(5, 2);
