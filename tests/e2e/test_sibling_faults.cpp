@@ -89,8 +89,9 @@ private slots:
         QCOMPARE(createdTexts(), 1);
         // Ten lines: a cursor below line 8 stays on line 8.
         QVERIFY(cursor(0, 12) && type("Z"));
+        // The overlay gets the text after the probe's answer: its calls travel on another connection.
+        QTRY_COMPARE(textOf(textsOn(8).value(0)), QString("Z"));
         QCOMPARE(textsOn(8).size(), 1);
-        QCOMPARE(textOf(textsOn(8).value(0)), QString("Z"));
         // The meter counter value is the pushed one; only its unit follows the new locale.
         QTRY_COMPARE(rig->query(METERCOUNTER_GET, 1).toHex(), QByteArray("41200000"));
     }
@@ -105,8 +106,8 @@ private slots:
         QVERIFY(rig->startSimulator());
 
         QVERIFY(cursor(0, 5) && type("ab"));
+        QTRY_COMPARE(textOf(textsOn(5).value(0)), QString("ab"));
         QCOMPARE(textsOn(5).size(), 1);
-        QCOMPARE(textOf(textsOn(5).value(0)), QString("ab"));
         QCOMPARE(rig->query(VIDEOCOUNTER_GET, 1, {}, 1000).toHex(), QByteArray("00000000"));
     }
 
