@@ -1,14 +1,15 @@
 #include "CTextLinesManager.h"
 
 #include "BusCall.h"
+#include "CommandCatalogue.h"
 #include "CQuorendVideoOverlayInterface.h"
 
 namespace {
-// Fixed overlay texts that double as screen lines.
-const int TEXT_ID_LINE_0 = 94;
-const int TEXT_ID_LINE_1 = 93;
-const int TEXT_ID_LINE_2 = 92;
-const int TEXT_ID_LAST_LINE = 91;
+// The status line's fixed overlay texts double as screen lines.
+const int TEXT_ID_LINE_0 = STATUS_LINE_TEXT_IDS[0];
+const int TEXT_ID_LINE_1 = STATUS_LINE_TEXT_IDS[1];
+const int TEXT_ID_LINE_2 = STATUS_LINE_TEXT_IDS[2];
+const int TEXT_ID_LAST_LINE = STATUS_LINE_TEXT_IDS[3];
 
 // A position answer is [begin column, line, column after the last character].
 const int POSITION_SIZE = 3;

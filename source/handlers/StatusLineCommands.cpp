@@ -9,6 +9,7 @@
 // items 5 to 255 through, and the colour and state commands ignore them.
 #include "BusCall.h"
 #include "CEventLogger.h"
+#include "CommandCatalogue.h"
 #include "CQuorendVideoOverlayInterface.h"
 #include "OverlayColors.h"
 #include "RS232Handler.h"
@@ -16,30 +17,13 @@
 #include <QVariantList>
 
 namespace {
-// Status line items and their overlay text identifiers (descending).
-struct StatusItem {
-    unsigned char item;
-    int text_id;
-};
-
-const StatusItem STATUS_ITEMS[] = {
-    // item  text id
-    { 1, 94 },
-    { 2, 93 },
-    { 3, 92 },
-    { 4, 91 },
-};
-
 // The text identifier of a status line item; false for any other item.
 bool statusTextId(unsigned char item, int* textId)
 {
-    for (const StatusItem& row : STATUS_ITEMS) {
-        if (row.item == item) {
-            *textId = row.text_id;
-            return true;
-        }
-    }
-    return false;
+    if (item < 1 || item > STATUS_LINE_ITEMS)
+        return false;
+    *textId = STATUS_LINE_TEXT_IDS[item - 1];
+    return true;
 }
 }
 

@@ -4,6 +4,18 @@
 // their ids are irregular on purpose and are best read side by side.
 #include "CommandCatalogue.h"
 
+const UnitText UNIT_TEXTS[UNIT_TEXT_COUNT] = {
+    // text id  show  state  position  colour index
+    { 84, 0xB8, 0xC1, 0xC0, 17 }, { 85, 0xBB, 0xC3, 0xC2, 18 }, { 86, 0xDD, 0xC5, 0xC4, 19 },
+    { 87, 0xFC, 0xFC, 0xFC, 14 }, { 88, 0xCC, 0xC7, 0xC6, 20 }, { 89, 0x40, 0x41, 0x42, 3 },
+    { 90, 0x50, 0x51, 0x52, 2 },  { 95, 0x30, 0x31, 0x32, 0 },  { 96, 0xF9, 0xFA, 0xF9, 15 },
+    { 97, 0xF6, 0xF7, 0xF6, 13 }, { 98, 0xF3, 0xF4, 0xF3, 11 }, { 99, 0xF0, 0xF1, 0xF0, 10 },
+    { 100, 0x36, 0x37, 0x38, 1 }, { 101, 0x39, 0x3C, 0x3E, 21 }, { 102, 0x70, 0x71, 0x72, 12 },
+    { 103, 0xDA, 0xF8, 0xFB, 16 },
+};
+
+const int STATUS_LINE_TEXT_IDS[STATUS_LINE_ITEMS] = { 94, 93, 92, 91 };
+
 namespace {
 
 using R = RequestKind;
@@ -86,30 +98,8 @@ const Single SINGLES[] = {
       "Sets the colours of a unit text." },
 };
 
-// The sixteen unit texts of the overlay and the command ids that address
-// each: show (hide and toggle follow it), state query, position setting,
-// and the index of the colour setting.
-struct UnitText {
-    int id;
-    int show;
-    int state;
-    int position;
-    int colourIndex;
-};
-
-const UnitText UNIT_TEXTS[] = {
-    { 84, 0xB8, 0xC1, 0xC0, 17 }, { 85, 0xBB, 0xC3, 0xC2, 18 }, { 86, 0xDD, 0xC5, 0xC4, 19 },
-    { 87, 0xFC, 0xFC, 0xFC, 14 }, { 88, 0xCC, 0xC7, 0xC6, 20 }, { 89, 0x40, 0x41, 0x42, 3 },
-    { 90, 0x50, 0x51, 0x52, 2 },  { 95, 0x30, 0x31, 0x32, 0 },  { 96, 0xF9, 0xFA, 0xF9, 15 },
-    { 97, 0xF6, 0xF7, 0xF6, 13 }, { 98, 0xF3, 0xF4, 0xF3, 11 }, { 99, 0xF0, 0xF1, 0xF0, 10 },
-    { 100, 0x36, 0x37, 0x38, 1 }, { 101, 0x39, 0x3C, 0x3E, 21 }, { 102, 0x70, 0x71, 0x72, 12 },
-    { 103, 0xDA, 0xF8, 0xFB, 16 },
-};
-
-// Status line items 1 to 4 are the overlay texts 94, 93, 92 and 91 (also
-// the screen lines 0, 1, 2 and the last line); show, hide and toggle of item
-// n are 0x90 + 3 (n - 1) and the two after it.
-const int STATUS_LINE_TEXT_IDS[] = { 94, 93, 92, 91 };
+// Show, hide and toggle of status line item n are 0x90 + 3 (n - 1) and the
+// two after it.
 const int STATUS_LINE_SWITCH_BASE = 0x90;
 // Twelve background colour switches, 0xA0 to 0xAB, accepted but not
 // implemented by the controller.
@@ -159,7 +149,7 @@ void addUnitTexts(QVector<CatalogueEntry>& entries)
     static const char* const ACTIONS[] = { "show", "hide", "toggle" };
     static const char* const EFFECTS[] = { "Shows", "Hides", "Shows or hides (toggles)" };
     for (const UnitText& unit : UNIT_TEXTS) {
-        const QString id = QString::number(unit.id);
+        const QString id = QString::number(unit.text_id);
         for (int action = 0; action < 3; ++action) {
             entries.append({ QStringLiteral("text %1 %2").arg(ACTIONS[action], id), unit.show + action, 0, QString(),
                              R::None, A::Ack, QString(), QStringLiteral("%1 unit text %2.").arg(EFFECTS[action], id),
@@ -245,6 +235,15 @@ const QVector<CatalogueEntry>& catalogue()
     return entries;
 }
 
+const UnitText* unit_text_where(int UnitText::*column, int value)
+{
+    for (const UnitText& unit : UNIT_TEXTS) {
+        if (unit.*column == value)
+            return &unit;
+    }
+    return nullptr;
+}
+
 const CatalogueEntry* findEntry(const QStringList& words, int* consumed)
 {
     const CatalogueEntry* best = nullptr;
@@ -276,9 +275,6 @@ const CatalogueEntry* findEntry(int command, int group)
 
 int unitColourIndex(int textId)
 {
-    for (const UnitText& unit : UNIT_TEXTS) {
-        if (unit.id == textId)
-            return unit.colourIndex;
-    }
-    return -1;
+    const UnitText* unit = unit_text_where(&UnitText::text_id, textId);
+    return unit ? unit->colour_index : -1;
 }

@@ -79,4 +79,27 @@ const CatalogueEntry* findEntry(int command, int group);
 // that are no unit text.
 int unitColourIndex(int textId);
 
+// The sixteen unit texts of the overlay and the command ids that address
+// each: show (group 0; hide and toggle follow it), state query (group 1),
+// position setting (group 2), and the index byte of the colour setting. The
+// ids are irregular on purpose: unit 87 uses 0xFC for all three, unit 101
+// 0x3C and 0x3E, unit 103 0xF8 and 0xFB. Colour indices 4 to 9 and above 21
+// address no unit text.
+struct UnitText {
+    int text_id;
+    int show;
+    int state;
+    int position;
+    int colour_index;
+};
+const int UNIT_TEXT_COUNT = 16;
+extern const UnitText UNIT_TEXTS[UNIT_TEXT_COUNT];
+// The unit text whose `column` holds `value`; null if none does.
+const UnitText* unit_text_where(int UnitText::*column, int value);
+
+// Status line items 1 to 4 are the overlay's fixed texts 94, 93, 92 and 91,
+// which are also the character screen's lines 0, 1, 2 and its last line.
+const int STATUS_LINE_ITEMS = 4;
+extern const int STATUS_LINE_TEXT_IDS[STATUS_LINE_ITEMS];
+
 #endif
