@@ -1,6 +1,7 @@
 // System information, clock and character set commands, and the locale that
 // decides the character set of texts on the line and metres versus feet.
 #include "CEventLogger.h"
+#include "LocaleCodecs.h"
 #include "RS232.h"
 #include "QtCompat.h"
 #include "RS232Handler.h"
@@ -16,9 +17,6 @@ const char* const SOFTWARE_ID_TEXT = "Vemo QR KTL-interface: V1.12 - May 12 2020
 
 const unsigned char CMD_DATE = 0x40;
 const unsigned char CMD_TIME = 0x50;
-const unsigned char CMD_SOFTWARE_VERSION = 0xFE;
-const unsigned char CMD_SOFTWARE_ID = 0xFF;
-const unsigned char GROUP_QUERY = 1;
 
 // The date query answers the century as the constant 20 and the year as
 // (year + 48) modulo 256, which is the year within the century from 2000 to
@@ -34,34 +32,6 @@ const int SELECTOR_UTF16 = 2;
 QTextCodec* codecNamed(const char* name)
 {
     return QTextCodec::codecForName(name);
-}
-
-const char* localeCodecName(QLocale::Country country)
-{
-    switch (country) {
-    case QLocale::Belarus:
-    case QLocale::Bulgaria:
-    case QLocale::Kazakhstan:
-    case QLocale::Kyrgyzstan:
-    case QLocale::Mongolia:
-    case QLocale::RussianFederation:
-    case QLocale::Tajikistan:
-    case QLocale::Ukraine:
-        return "ISO-8859-5";
-    case QLocale::Albania:
-    case QLocale::Croatia:
-    case QLocale::Hungary:
-    case QLocale::Poland:
-    case QLocale::Romania:
-    case QLocale::Slovenia:
-    case QLocale::Serbia:
-        return "ISO-8859-16";
-    case QLocale::Slovakia:
-        // Not ISO-8859-16 like its neighbours: the PC application expects this.
-        return "ISO-8859-2";
-    default:
-        return "ISO-8859-15";
-    }
 }
 
 // A date or time piece as the setting command writes it: decimal, with a
@@ -111,7 +81,7 @@ void RS232Handler::setTalvoxLocale(const QString& locale_code)
     const QLocale locale(locale_code);
     QLocale::setDefault(locale);
     m_bMetric = locale.country() != QLocale::UnitedStates;
-    m_pLocaleCodec = codecNamed(localeCodecName(locale.country()));
+    m_pLocaleCodec = codecNamed(locale_codec_name(locale.country()));
 }
 
 RS232Handler::Reply RS232Handler::fh_get_softwareversion(RS232Handler& self, const RS232Message&)
