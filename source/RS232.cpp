@@ -31,19 +31,8 @@ RS232::RS232()
     connect(&m_frameSilence, &QTimer::timeout, this, &RS232::on_frame_silence);
 }
 
-int RS232::init(QString device, int baud)
+int RS232::init(QString device)
 {
-    return configure_rs232_interface(device, baud, 8, "N", 1);
-}
-
-int RS232::configure_rs232_interface(QString device, int baud, int databits, QString parity, int stopbits)
-{
-    // The line always runs 9600 8N1: the arguments are accepted, not applied.
-    Q_UNUSED(baud);
-    Q_UNUSED(databits);
-    Q_UNUSED(parity);
-    Q_UNUSED(stopbits);
-
     close();
     disconnect(&port, nullptr, this, nullptr);
 
@@ -69,7 +58,7 @@ int RS232::configure_rs232_interface(QString device, int baud, int databits, QSt
     // vanished device or a hung-up PC side looks like on this port class.
     // Writes bypass the port class (write_to_line), so its errors are the
     // read side's only.
-    connect(&port, &QSerialPort::readyRead, this, [this] { receive_rs232_message(0); });
+    connect(&port, &QSerialPort::readyRead, this, &RS232::receive_rs232_message);
     connect(&port, &QSerialPort::errorOccurred, this, &RS232::on_port_error);
     m_pWriteNotifier = new QSocketNotifier(port.handle(), QSocketNotifier::Write, this);
     m_pWriteNotifier->setEnabled(false);
@@ -88,7 +77,7 @@ void RS232::close()
         port.close();
 }
 
-void RS232::receive_rs232_message(int)
+void RS232::receive_rs232_message()
 {
     static QMutex receiveLock;
     if (!receiveLock.tryLock()) {
@@ -248,13 +237,7 @@ void RS232::on_writable()
     }
 }
 
-int RS232::handle_message(RS232Message& message)
+void RS232::handle_message(RS232Message& message)
 {
     RS232Handler::instance()->exec_func(message);
-    return 0;
-}
-
-QString RS232::get_device() const
-{
-    return device;
 }

@@ -32,20 +32,21 @@ public:
 
     static RS232* instance();
 
-    int init(QString device, int baud);
-    int configure_rs232_interface(QString device, int baud, int databits, QString parity, int stopbits);
+    // Opens the device ("ttyS0" means /dev/ttyS0) at 9600 8N1; 1 if it is
+    // open, 0 if not (the reason is logged). A missing device ends the
+    // process with exit code 8.
+    int init(QString device);
     void close();
 
     void ack();
     void nack();
     void send_message(RS232Message* message);
     void send_raw_data(const QByteArray& data);
-    int handle_message(RS232Message& message);
-    QString get_device() const;
+    void handle_message(RS232Message& message);
 
 public slots:
     // Reads everything the port has and runs it through the receiver.
-    void receive_rs232_message(int);
+    void receive_rs232_message();
 
 private slots:
     void on_port_error(QSerialPort::SerialPortError error);
@@ -66,7 +67,6 @@ private:
 
     QSerialPort port;
     RS232Receiver receiver;
-    QString device;
     // Output waiting for the line to take it, and whether a drop was logged.
     QByteArray m_baPending;
     bool m_bDropLogged = false;

@@ -72,10 +72,6 @@ RS232Handler::RS232Handler()
     , m_fCrawlerPitch(0.0f)
     , m_fInclinationValue(0.0f)
     , m_fInclinationStartMeter(0.0f)
-    , m_iVideoCounterHours(0)
-    , m_iVideoCounterMinutes(0)
-    , m_iVideoCounterSeconds(0)
-    , m_iVideoCounterFrames(0)
     , m_fCameraPanPos(0.0f)
     , m_fCameraTiltPos(0.0f)
     , m_fExtModuleObjectTemperature(0.0f)
@@ -99,13 +95,12 @@ RS232Handler::RS232Handler()
     m_pMeterCounter = createProxy<CHolvardMeterCounterInterface>(
         HOLVARD, "/metercounter", this, "Could not create dbus interface 'local.vemo.holvard/metercounter'!");
     using Counters = CHolvardMeterCounterInterface;
-    connect(m_pMeterCounter, &Counters::meter_counter_changed, this, qOverload<double>(&RS232Handler::onMeterCounterChanged));
+    connect(m_pMeterCounter, &Counters::meter_counter_changed, this, &RS232Handler::onMeterCounterChanged);
     connect(m_pMeterCounter, &Counters::meter_counter_sat_changed, this, &RS232Handler::onSatMeterCounterChanged);
     connect(m_pMeterCounter, &Counters::meter_counter_abs_changed, this, &RS232Handler::onAbsMeterCounterChanged);
 
-    // There is no slot of this name, so this connection is refused and the
-    // video counter fields keep their start values. The video counter is
-    // always asked for on demand instead. (By name, as only a name can miss.)
+    // There is no slot of this name, so this connection is refused: the video
+    // counter is always asked for on demand. (By name, as only a name can miss.)
     bus.connect(QUOREND, "/videooverlay", CQuorendVideoOverlayInterface::staticInterfaceName(),
                 "videocounter_changed", this, SLOT(onVideoCounterChanged(int,int,int,int)));
 
@@ -276,14 +271,6 @@ void RS232Handler::onSatMeterCounterChanged(double dMeterValue)
 void RS232Handler::onAbsMeterCounterChanged(double dMeterValue)
 {
     m_fAbsMeterCounter = static_cast<float>(dMeterValue);
-}
-
-void RS232Handler::onMeterCounterChanged(int iHours, int iMinutes, int iSeconds, int iFrames)
-{
-    m_iVideoCounterHours = iHours;
-    m_iVideoCounterMinutes = iMinutes;
-    m_iVideoCounterSeconds = iSeconds;
-    m_iVideoCounterFrames = iFrames;
 }
 
 void RS232Handler::onLocaleChanged(QString cLocaleCode)

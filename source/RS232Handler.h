@@ -152,7 +152,6 @@ private slots:
     void onMeterCounterChanged(double dMeterValue);
     void onSatMeterCounterChanged(double dMeterValue);
     void onAbsMeterCounterChanged(double dMeterValue);
-    void onMeterCounterChanged(int iHours, int iMinutes, int iSeconds, int iFrames);
     void onLocaleChanged(QString cLocaleCode);
     void onCameraPanPos(int iPanPos);
     void onCameraTiltPos(int iTiltPos);
@@ -194,10 +193,6 @@ private:
     float m_fInclinationValue;
     float m_fInclinationStartMeter;
 
-    qint32 m_iVideoCounterHours;
-    qint32 m_iVideoCounterMinutes;
-    qint32 m_iVideoCounterSeconds;
-    qint32 m_iVideoCounterFrames;
 
     float m_fCameraPanPos;
     float m_fCameraTiltPos;

@@ -94,27 +94,11 @@ void app_exit(int status)
     std::exit(status);
 }
 
-int daemonize()
-{
-    const pid_t pid = fork();
-    if (pid < 0)
-        return -1;
-    if (pid > 0)
-        app_exit(0);
-    setsid();
-    if (chdir("/") != 0)
-        return -1;
-    umask(0);
-    return getpid();
-}
-
 int talvox_main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
 
     QString device = "ttyUSB0";
-    int baud = 9600;
-    QString pidfile;
     int level = 0;
 
     // The leading "-" keeps plain arguments in place; they are ignored.
@@ -123,8 +107,10 @@ int talvox_main(int argc, char** argv)
     while ((option = getopt(argc, argv, "-d:b:p:l:")) != -1) {
         switch (std::tolower(option)) {
         case 'd': device = QString::fromLocal8Bit(optarg); break;
-        case 'b': baud = QString::fromLocal8Bit(optarg).toInt(); break;
-        case 'p': pidfile = QString::fromLocal8Bit(optarg); break;
+        // Accepted and ignored: the line always runs 9600 8N1, and no pid
+        // file is written (the lock file holds the pid).
+        case 'b':
+        case 'p': break;
         case 'l': level = QString::fromLocal8Bit(optarg).toInt(); break;
         default: break;
         }
@@ -139,13 +125,9 @@ int talvox_main(int argc, char** argv)
     lockfile.setFileName("/tmp/tvx-" + device + ".lock");
     lock_start();
 
-    // Computed for a detached start; this version writes no pid file.
-    if (pidfile.isEmpty())
-        pidfile = "./talvox-" + device + ".pid";
-
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "start initialize RS232");
     // 1: the port is open and configured; 0: it is not, and the reason is logged.
-    if (RS232::instance()->init(device, baud) <= 0) {
+    if (RS232::instance()->init(device) <= 0) {
         CEventLogger::logMessage(CEventLogger::LOG_LEVEL_ERROR, "end initialize RS232, result: FAILED");
         app_exit(2);
     }

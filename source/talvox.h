@@ -9,8 +9,6 @@ void lock_start();
 void lock_end();
 // Every orderly end of the process: removes the lock, then exit(status).
 [[noreturn]] void app_exit(int status);
-// Detaches from the terminal; kept for a detached start, not called.
-int daemonize();
 
 // The start-up sequence of the service; main() only calls this.
 int talvox_main(int argc, char** argv);
