@@ -53,6 +53,7 @@ void CTextLinesManager::forgetOverlay()
 {
     m_pLineTexts->clear();
     m_textSpans.clear();
+    m_fixedHandles.clear();
     m_bGeometryKnown = false;
 }
 
@@ -207,7 +208,15 @@ void CTextLinesManager::writeText(const QString& text)
 
 int CTextLinesManager::fixedTextHandle(int textId)
 {
-    return waited(m_rOverlay.get_text_handle_by_id(textId));
+    // Fixed texts live as long as the overlay instance: asked for once. A 0
+    // (no such text, or no answer) is asked for again next time.
+    const auto cached = m_fixedHandles.constFind(textId);
+    if (cached != m_fixedHandles.constEnd())
+        return cached.value();
+    const int handle = waited(m_rOverlay.get_text_handle_by_id(textId));
+    if (handle != 0)
+        m_fixedHandles.insert(textId, handle);
+    return handle;
 }
 
 QString CTextLinesManager::getTextLineStr(unsigned char line)

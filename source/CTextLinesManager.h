@@ -58,6 +58,10 @@ public:
     // next use. The cursor and its colours stay: they are the PC's.
     void forgetOverlay();
 
+    // The handle of one of the overlay's fixed texts (status line, unit
+    // texts, ...), asked for once per overlay instance; 0 if there is none.
+    int fixedTextHandle(int textId);
+
     unsigned char cursorColumn() const { return m_cursor.column; }
     unsigned char cursorLine() const { return m_cursor.line; }
     EOverlayTextColor cursorForeground() const { return m_eCursorForeground; }
@@ -83,7 +87,6 @@ private:
     // did not answer), again before each use.
     void readGeometry();
     void ensureGeometry();
-    int fixedTextHandle(int textId);
     int createTextAt(unsigned char column, unsigned char line, int foreground, int background);
 
     CQuorendVideoOverlayInterface& m_rOverlay;
@@ -92,6 +95,8 @@ private:
     QMultiMap<unsigned char, quint32>* m_pLineTexts;
     // Their spans, by handle; handle 0 (a failed creation) has none.
     QHash<quint32, TextSpan> m_textSpans;
+    // Fixed text id -> handle.
+    QHash<int, int> m_fixedHandles;
     TextCursor m_cursor;
     EOverlayTextColor m_eCursorForeground;
     EOverlayTextColor m_eCursorBackground;

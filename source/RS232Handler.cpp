@@ -209,7 +209,7 @@ void RS232Handler::exec_func(RS232Message& message)
 
 int RS232Handler::text_handle_by_id(int textId)
 {
-    return waited(m_pVideoOverlay->get_text_handle_by_id(textId));
+    return m_pTextLines->fixedTextHandle(textId);
 }
 
 void RS232Handler::onBusDisconnected()
