@@ -24,11 +24,11 @@ public:
     // A frame that stays incomplete this long is dropped. A sender pauses
     // only between frames: at 9600 baud a byte takes 1.04 ms, and even a USB
     // adapter's latency timer holds bytes back for 16 ms at most.
-    static const int FRAME_SILENCE_MS = 500;
+    static constexpr int FRAME_SILENCE_MS = 500;
     // Output the PC has not read yet, kept while the line is blocked; beyond
     // it whole writes are dropped (the line has no flow control). About four
     // seconds of the line at 9600 baud.
-    static const int MAX_PENDING_OUTPUT = 4096;
+    static constexpr int MAX_PENDING_OUTPUT = 4096;
 
     static RS232* instance();
 

@@ -17,8 +17,8 @@ class RS232Message : public QObject
 
 public:
     // What length lo alone announces, and what lo + hi can announce at most.
-    static const int MAX_SHORT_DATA_LENGTH = 255;
-    static const int MAX_DATA_LENGTH = 510;
+    static constexpr int MAX_SHORT_DATA_LENGTH = 255;
+    static constexpr int MAX_DATA_LENGTH = 510;
 
     RS232Message();
     RS232Message(const RS232Message& other);
