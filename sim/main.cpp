@@ -59,7 +59,7 @@ int serve(QCoreApplication& app, const sigset_t& stop_signals)
         close(stop_fd);
         return 1;
     }
-    const int code = app.exec();
+    const int code = QCoreApplication::exec();
     close(stop_fd);
     return code;
 }
@@ -77,7 +77,7 @@ int main(int argc, char* argv[])
     pthread_sigmask(SIG_BLOCK, &stop_signals, nullptr);
 
     QCoreApplication app(argc, argv);
-    const QStringList args = app.arguments().mid(1);
+    const QStringList args = QCoreApplication::arguments().mid(1);
     if (args == QStringList{QStringLiteral("--screen")})
         return print_from_control(QStringLiteral("screen"));
     if (args == QStringList{QStringLiteral("--calls")})

@@ -37,7 +37,7 @@ CLog::CLog(const char* path, int line, const char* function)
     setFunction(function);
 }
 
-CLog::~CLog() noexcept(false)
+CLog::~CLog() noexcept(false) // NOLINT(bugprone-exception-escape): see the declaration
 {
     printPrefix();
     printText();

@@ -20,7 +20,8 @@ public:
     };
 
     CLog(const char* path, int line, const char* function);
-    ~CLog() noexcept(false);
+    // A line with the "throw" status ends by throwing its text, as its callers ask for.
+    ~CLog() noexcept(false); // NOLINT(bugprone-exception-escape)
 
     CLog& operator<<(const char* text);
     CLog& operator<<(const std::string& text);

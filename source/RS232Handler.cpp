@@ -248,7 +248,8 @@ void RS232Handler::onCrawlerPitch(double dPitch)
     m_fInclinationValue = static_cast<float>(std::tan(double(radians)) * 100.0);
 
     // Advance the inclination mark by whole units of distance / 100.
-    const float step = static_cast<float>(m_uiInclinationDistance / 100);
+    const int wholeUnits = m_uiInclinationDistance / 100;
+    const float step = static_cast<float>(wholeUnits);
     if (m_bInclinationDirection) {
         if (m_fMeterCounter >= m_fInclinationStartMeter)
             m_fInclinationStartMeter = m_fMeterCounter + step;
@@ -273,7 +274,7 @@ void RS232Handler::onAbsMeterCounterChanged(double dMeterValue)
     m_fAbsMeterCounter = static_cast<float>(dMeterValue);
 }
 
-void RS232Handler::onLocaleChanged(QString cLocaleCode)
+void RS232Handler::onLocaleChanged(const QString& cLocaleCode)
 {
     setTalvoxLocale(cLocaleCode);
 }

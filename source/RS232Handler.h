@@ -152,7 +152,7 @@ private slots:
     void onMeterCounterChanged(double dMeterValue);
     void onSatMeterCounterChanged(double dMeterValue);
     void onAbsMeterCounterChanged(double dMeterValue);
-    void onLocaleChanged(QString cLocaleCode);
+    void onLocaleChanged(const QString& cLocaleCode);
     void onCameraPanPos(int iPanPos);
     void onCameraTiltPos(int iTiltPos);
     void onExtModuleObjectTemperature(double);

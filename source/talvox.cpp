@@ -142,7 +142,7 @@ int talvox_main(int argc, char** argv)
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "start deamonizing");
 
     // Ends when the loop is told to quit (a termination signal).
-    app.exec();
+    QCoreApplication::exec();
     RS232::instance()->close();
     app_exit(0);
 }

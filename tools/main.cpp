@@ -29,7 +29,7 @@ int main(int argc, char* argv[])
 
     ClientOptions options;
     QString error;
-    if (!parseOptions(app.arguments(), &options, &error)) {
+    if (!parseOptions(QCoreApplication::arguments(), &options, &error)) {
         err << "talvox-pc: " << error << '\n';
         return CommandRunner::BadCommand;
     }
