@@ -20,7 +20,7 @@ const unsigned char INCLINATION_CHANNEL = 0;
 
 RS232Handler::Reply RS232Handler::fh_get_device_data(RS232Handler& self, const RS232Message& request)
 {
-    // Level 0 on purpose, unlike the other handlers.
+    // Level 0, like the meter counter queries: visible at the default log level.
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "RS232Handler::fh_get_device_data");
     const unsigned char first = request.data_byte(0);
     const unsigned char second = request.data_byte(1);

@@ -42,8 +42,8 @@ const MeterCounter COUNTER_3 = { "RS232Handler::fh_get_metercounter_3", "RS232Ha
 const float WHEEL_LENGTH = 200.0f;
 const int RESOLUTION = 20;
 
-// The meter counter queries log at level 0 on purpose, unlike the other
-// handlers; keep it so.
+// The meter counter queries log at level 0, like the serial diagnostics: the
+// default log level (-l 0) shows every counter the PC reads.
 RS232Handler::Reply answerCounter(const MeterCounter& counter, float meters, bool metric)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, counter.query_name);
