@@ -81,7 +81,8 @@ RS232Handler::Reply RS232Handler::fh_set_3d_measurement_start_orientation(RS232H
     return no_reply();
 }
 
-// No log line: the PC sends a direction with every inclination step.
+// Logs nothing, unlike the other inclination commands: direction changes do
+// not show in the log.
 RS232Handler::Reply RS232Handler::fh_set_inclination_direction(RS232Handler& self, const RS232Message& request)
 {
     if (request.get_command_id() == CMD_DIRECTION_UP)

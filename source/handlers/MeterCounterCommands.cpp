@@ -43,7 +43,7 @@ const float WHEEL_LENGTH = 200.0f;
 const int RESOLUTION = 20;
 
 // The meter counter queries log at level 0, like the serial diagnostics: the
-// default log level (-l 0) shows every counter the PC reads.
+// default log level (-l 0) shows every counter query.
 RS232Handler::Reply answerCounter(const MeterCounter& counter, float meters, bool metric)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, counter.query_name);
