@@ -2,11 +2,11 @@
  *
  * The floors the service is compared with on the same kind of line and bus:
  * the least a program can do per frame. It opens DEVICE ("pts/N") raw and
- * answers every read with one ACK byte. With --bus, a status line query
- * (command 0x90, group 1) is then answered the way the service does it, with
- * the same two blocking calls to the video overlay on the system bus
- * (text handle by id, then the text) and one reply frame. Ends when the line
- * hangs up. */
+ * answers every read with one write: an ACK byte per end byte (0x03) in it.
+ * With --bus, a status line query (command 0x90, group 1) is then answered
+ * the way the service does it, with the same blocking calls to the video
+ * overlay on the system bus (the text's handle by id, asked once per item,
+ * then the text) and one reply frame. Ends when the line hangs up. */
 #include <dbus/dbus.h>
 #include <fcntl.h>
 #include <stdio.h>
@@ -27,11 +27,18 @@ static DBusMessage* overlay_call(DBusConnection* bus, const char* method, int ty
 /* The status line text: "" when a call fails. Writes a reply frame into `frame`. */
 static int status_reply(DBusConnection* bus, unsigned char item, unsigned char* frame, int room)
 {
-    dbus_int32_t id = 95 - item, handle = -1;
+    static dbus_int32_t handles[256];
+    static int known[256];
+    dbus_int32_t id = 95 - item;
     const char* text = "";
-    DBusMessage* got_handle = overlay_call(bus, "get_text_handle_by_id", DBUS_TYPE_INT32, &id);
-    if (got_handle)
-        dbus_message_get_args(got_handle, NULL, DBUS_TYPE_INT32, &handle, DBUS_TYPE_INVALID);
+    DBusMessage* got_handle = NULL;
+    if (!known[item]) {
+        handles[item] = -1;
+        got_handle = overlay_call(bus, "get_text_handle_by_id", DBUS_TYPE_INT32, &id);
+        if (got_handle)
+            known[item] = dbus_message_get_args(got_handle, NULL, DBUS_TYPE_INT32, &handles[item], DBUS_TYPE_INVALID);
+    }
+    dbus_int32_t handle = handles[item];
     DBusMessage* got_text = overlay_call(bus, "get_text_string", DBUS_TYPE_INT32, &handle);
     if (got_text)
         dbus_message_get_args(got_text, NULL, DBUS_TYPE_STRING, &text, DBUS_TYPE_INVALID);
