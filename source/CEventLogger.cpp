@@ -1,5 +1,7 @@
 #include "CEventLogger.h"
 
+#include "SyslogWriter.h"
+
 #include <QString>
 #include <cstdlib>
 #include <syslog.h>
@@ -9,8 +11,8 @@ CEventLogger* CEventLogger::m_pcInstance = nullptr;
 CEventLogger::CEventLogger(const char* ident, ELogLevel level)
     : m_bEnabled(true)
     , m_eMaximumLevel(level)
+    , m_pSyslog(new SyslogWriter(ident, LOG_LOCAL2))
 {
-    openlog(ident, LOG_PID | LOG_CONS | LOG_NDELAY | LOG_PERROR, LOG_LOCAL2);
 }
 
 void CEventLogger::initialize(const char* ident, ELogLevel level)
@@ -27,7 +29,7 @@ bool CEventLogger::wouldLog(ELogLevel level)
 void CEventLogger::logMessage(ELogLevel level, const char* text)
 {
     if (wouldLog(level))
-        syslog(level, "%s", text);
+        m_pcInstance->m_pSyslog->write(level, text);
 }
 
 bool CEventLogger::isLoggingEnabled() { return m_pcInstance->m_bEnabled; }

@@ -3,9 +3,12 @@
 
 #include <QtGlobal>
 
+class SyslogWriter;
+
 // The service's main log: one process-wide instance that filters by level and
-// hands every message to syslog (identity "talvox", facility local2), with a
-// copy on standard error.
+// hands every message to the system's syslog daemon (identity "talvox",
+// facility local2, with the process id), with a copy on standard error; see
+// SyslogWriter for why not through syslog(3).
 class CEventLogger
 {
 public:
@@ -40,13 +43,18 @@ private:
 
     bool m_bEnabled;
     ELogLevel m_eMaximumLevel;
+    SyslogWriter* m_pSyslog; // lives as long as the process
 
     static CEventLogger* m_pcInstance;
 };
 
 // Shorthand used all over the service: log a QString (or anything QString
-// accepts) at a syslog priority.
-#define TVX_LOG(level, text) CEventLogger::logMessage((level), QString(text).toUtf8().constData())
+// accepts) at a syslog priority. The text is only built when it is logged.
+#define TVX_LOG(level, text)                                                                                  \
+    do {                                                                                                       \
+        if (CEventLogger::wouldLog(level))                                                                     \
+            CEventLogger::logMessage((level), QString(text).toUtf8().constData());                            \
+    } while (false)
 
 // Qt's message handler: Qt's own messages go to the main log at debug level.
 void msgHandler(QtMsgType type, const QMessageLogContext& context, const QString& msg);

@@ -85,9 +85,18 @@ void RS232::receive_rs232_message()
         return;
     }
 
-    const QByteArray chunk = port.readAll();
-    if (chunk.isEmpty())
+    // Everything the port holds, into one buffer kept for every read (readAll()
+    // would allocate one per read); it only grows, to the largest read so far.
+    static QByteArray chunk = [] {
+        QByteArray buffer;
+        buffer.reserve(512);
+        return buffer;
+    }();
+    chunk.resize(int(port.bytesAvailable()));
+    const qint64 got = chunk.isEmpty() ? 0 : port.read(chunk.data(), chunk.size());
+    if (got <= 0)
         line_lost();
+    chunk.resize(int(got));
 
     receiver.receive(chunk, *this);
     // An open frame must go on arriving; one left half sent must not hold
