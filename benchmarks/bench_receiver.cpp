@@ -21,12 +21,12 @@ class CountingSink : public RS232ReceiverSink
 {
 public:
     int frames = 0;
-    void acknowledge() override {}
+    void acknowledge() override { }
     void handle_frame(RS232Message&) override { ++frames; }
-    void refuse(const QByteArray&, int) override {}
-    void type_char(char) override {}
+    void refuse(const QByteArray&, int) override { }
+    void type_char(char) override { }
 };
-}
+} // namespace
 
 class BenchReceiver : public QObject
 {
@@ -55,7 +55,10 @@ private slots:
         QFETCH(QByteArray, stream);
         RS232Receiver receiver;
         CountingSink sink;
-        QBENCHMARK { receiver.receive(stream, sink); }
+        QBENCHMARK
+        {
+            receiver.receive(stream, sink);
+        }
         QVERIFY(sink.frames >= 0);
     }
 
@@ -64,7 +67,8 @@ private slots:
         RS232Message reply;
         reply.set_command_id(0xD4);
         reply.set_group_id(1);
-        QBENCHMARK {
+        QBENCHMARK
+        {
             QByteArray data = RS232Message::double_to_bytearray(1.0);
             data += RS232Message::double_to_bytearray(0.0);
             data += RS232Message::double_to_bytearray(-1.0);

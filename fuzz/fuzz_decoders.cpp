@@ -96,8 +96,8 @@ void checkText(const RS232Message& message)
     const QStringList fields = message.toStr().split('|');
     const int dataSize = message.get_data_length();
     FUZZ_CHECK(fields.size() == 4 + (dataSize > 0 ? dataSize : 1));
-    const unsigned header[] = { message.get_command_id(), message.get_group_id(), message.get_length_lo(),
-                                message.get_length_hi() };
+    const unsigned header[]
+        = { message.get_command_id(), message.get_group_id(), message.get_length_lo(), message.get_length_hi() };
     for (int i = 0; i < fields.size(); ++i) {
         if (i == 4 && dataSize == 0) {
             FUZZ_CHECK(fields.at(i).isEmpty());
@@ -209,7 +209,7 @@ void checkCursor(FuzzedDataProvider& input)
         FUZZ_CHECK(cursor.column == end % width);
     }
 }
-}
+} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

@@ -41,13 +41,14 @@ void dispatch(unsigned char command, unsigned char group, const QByteArray& data
     request.set_data(data);
     RS232Handler::instance()->exec_func(request);
 }
-}
+} // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
 {
     if (!isStandIn("/bin/date") || !isStandIn("/sbin/hwclock")) {
-        std::fprintf(stderr, "fuzz_handlers: /bin/date and /sbin/hwclock must be the recording stand-ins; "
-                             "run it through sim-env/run-isolated\n");
+        std::fprintf(stderr,
+                     "fuzz_handlers: /bin/date and /sbin/hwclock must be the recording stand-ins; "
+                     "run it through sim-env/run-isolated\n");
         std::exit(2);
     }
     setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/talvox-fuzz-bus", 1);

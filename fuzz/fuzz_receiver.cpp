@@ -64,10 +64,7 @@ public:
         ++naks;
     }
 
-    void type_char(char byte) override
-    {
-        FUZZ_CHECK(static_cast<unsigned char>(byte) >= 0x20);
-    }
+    void type_char(char byte) override { FUZZ_CHECK(static_cast<unsigned char>(byte) >= 0x20); }
 
     void control_byte(unsigned char byte) override { FUZZ_CHECK(byte < 0x20 && byte != STX); }
 
@@ -123,7 +120,7 @@ bool feed(CheckingSink& sink, const uint8_t* stream, size_t size, const uint8_t*
     FUZZ_CHECK(sink.acks == int(sink.frames.size()) && !sink.ackPending);
     return sink.naks == 0;
 }
-}
+} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {

@@ -17,8 +17,8 @@ QVariantList to_list(const QVariant& value)
     return value.toList();
 }
 
-QString describe(const OverlayText* text, int& column, int& line, int& foreground,
-                 int& background, bool& visible, int& format, bool& exists)
+QString describe(const OverlayText* text, int& column, int& line, int& foreground, int& background, bool& visible,
+                 int& format, bool& exists)
 {
     const OverlayText none;
     const OverlayText& shown = text ? *text : none;
@@ -35,7 +35,8 @@ QString describe(const OverlayText* text, int& column, int& line, int& foregroun
 } // namespace
 
 ControlObject::ControlObject(Simulator& simulator, QObject* parent)
-    : QObject(parent), m_simulator(simulator)
+    : QObject(parent)
+    , m_simulator(simulator)
 {
 }
 
@@ -104,15 +105,15 @@ QString ControlObject::screen()
     return render_screen(m_simulator.state().overlay);
 }
 
-QString ControlObject::text(int handle, int& column, int& line, int& foreground,
-                            int& background, bool& visible, int& format, bool& exists)
+QString ControlObject::text(int handle, int& column, int& line, int& foreground, int& background, bool& visible,
+                            int& format, bool& exists)
 {
     const OverlayText* text = m_simulator.state().overlay.texts.find(handle);
     return describe(text, column, line, foreground, background, visible, format, exists);
 }
 
-QString ControlObject::text_by_id(int id, int& column, int& line, int& foreground,
-                                  int& background, bool& visible, int& format, bool& exists)
+QString ControlObject::text_by_id(int id, int& column, int& line, int& foreground, int& background, bool& visible,
+                                  int& format, bool& exists)
 {
     const OverlayTexts& texts = m_simulator.state().overlay.texts;
     const OverlayText* text = texts.find(texts.handle_of_id(id));

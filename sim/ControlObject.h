@@ -25,10 +25,10 @@ public:
     bool emit_signal(const QString& name, const QVariantList& args);
     void set_service_present(const QString& service, bool present);
     QString screen();
-    QString text(int handle, int& column, int& line, int& foreground, int& background,
-                 bool& visible, int& format, bool& exists);
-    QString text_by_id(int id, int& column, int& line, int& foreground, int& background,
-                       bool& visible, int& format, bool& exists);
+    QString text(int handle, int& column, int& line, int& foreground, int& background, bool& visible, int& format,
+                 bool& exists);
+    QString text_by_id(int id, int& column, int& line, int& foreground, int& background, bool& visible, int& format,
+                       bool& exists);
     QList<int> texts_on_line(int line);
     int created_text_count();
 

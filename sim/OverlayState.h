@@ -7,8 +7,7 @@
 
 // A temporary text drawn by draw_temp_text; the overlay would remove it after
 // its duration, the simulator keeps the latest one per position for screen().
-struct TempText
-{
+struct TempText {
     QString text;
     int foreground = 0;
     int background = 0;
@@ -35,7 +34,7 @@ public:
     QList<TempText> temp_texts;
     bool overlay_visible = true;
     bool videocounter_active = false;
-    QVariantList videocounter{1, 0, 0, 0, 0}; // lead, hours, minutes, seconds, frames
+    QVariantList videocounter { 1, 0, 0, 0, 0 }; // lead, hours, minutes, seconds, frames
     // Fixed answers of list-valued queries, by method name, for malformed-answer tests.
     QHash<QString, QVariantList> replies;
 

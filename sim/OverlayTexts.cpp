@@ -13,10 +13,18 @@ OverlayText make_fixed(int id, int line_count)
     fixed.id = id;
     fixed.visible = true;
     switch (id) {
-    case 94: fixed.line = 0; break;
-    case 93: fixed.line = 1; break;
-    case 92: fixed.line = 2; break;
-    case last_line_id: fixed.line = line_count - 1; break;
+    case 94:
+        fixed.line = 0;
+        break;
+    case 93:
+        fixed.line = 1;
+        break;
+    case 92:
+        fixed.line = 2;
+        break;
+    case last_line_id:
+        fixed.line = line_count - 1;
+        break;
     default:
         fixed.column = id - 80;
         fixed.line = id - 82;

@@ -5,8 +5,7 @@
 #include <map>
 
 // One overlay text object as the overlay service keeps it.
-struct OverlayText
-{
+struct OverlayText {
     QString text;
     int column = 0;
     int line = 0;

@@ -37,7 +37,10 @@ QString describe(const OverlayText& text)
 {
     return QStringLiteral("%1 %2, colours %3 on %4, at (%5, %6), format %7")
         .arg(CallLog::format_value(text.text), text.visible ? "shown" : "hidden")
-        .arg(text.foreground).arg(text.background).arg(text.column).arg(text.line)
+        .arg(text.foreground)
+        .arg(text.background)
+        .arg(text.column)
+        .arg(text.line)
         .arg(text.format);
 }
 
@@ -54,7 +57,7 @@ QStringList grid(const OverlayState& overlay, int width, int count)
             draw(rows, text, width);
 
     const QString border = '+' + QString(width, '-') + '+';
-    QStringList framed{border};
+    QStringList framed { border };
     for (const QString& row : rows)
         framed << '|' + row + '|';
     framed << border;
@@ -74,8 +77,11 @@ QStringList below_grid(const OverlayState& overlay, int count)
     for (const TempText& temp : overlay.temp_texts)
         lines << QStringLiteral("temp text %1, colours %2 on %3, at (%4, %5), duration %6")
                      .arg(CallLog::format_value(temp.text))
-                     .arg(temp.foreground).arg(temp.background)
-                     .arg(temp.column).arg(temp.line).arg(temp.duration);
+                     .arg(temp.foreground)
+                     .arg(temp.background)
+                     .arg(temp.column)
+                     .arg(temp.line)
+                     .arg(temp.duration);
     QStringList counter;
     for (const QVariant& value : overlay.videocounter)
         counter << CallLog::format_value(value);

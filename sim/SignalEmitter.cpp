@@ -18,17 +18,14 @@ bool emit_with_arguments(QObject* emitter, const QMetaMethod& signal, QVariantLi
     // Built only after all conversions, so the data pointers stay valid.
     std::array<QGenericArgument, max_arguments> generic;
     for (int i = 0; i < args.size(); ++i)
-        generic[i] = QGenericArgument(QMetaType::typeName(signal.parameterType(i)),
-                                      args.at(i).constData());
-    return signal.invoke(emitter, Qt::DirectConnection, generic[0], generic[1], generic[2],
-                         generic[3], generic[4], generic[5], generic[6], generic[7],
-                         generic[8], generic[9]);
+        generic[i] = QGenericArgument(QMetaType::typeName(signal.parameterType(i)), args.at(i).constData());
+    return signal.invoke(emitter, Qt::DirectConnection, generic[0], generic[1], generic[2], generic[3], generic[4],
+                         generic[5], generic[6], generic[7], generic[8], generic[9]);
 }
 
 } // namespace
 
-bool emit_signal_by_name(const QList<QObject*>& emitters, const QString& name,
-                         QVariantList args)
+bool emit_signal_by_name(const QList<QObject*>& emitters, const QString& name, QVariantList args)
 {
     const QByteArray wanted = name.toLatin1();
     for (QObject* emitter : emitters) {

@@ -14,9 +14,8 @@
 
 namespace {
 
-const QStringList sibling_services{QStringLiteral("local.vemo.holvard"),
-                                   QStringLiteral("local.vemo.quorend"),
-                                   QStringLiteral("local.vemo.travend")};
+const QStringList sibling_services { QStringLiteral("local.vemo.holvard"), QStringLiteral("local.vemo.quorend"),
+                                     QStringLiteral("local.vemo.travend") };
 const QString control_service = QStringLiteral("local.talvox.simulator");
 
 } // namespace
@@ -25,12 +24,9 @@ Simulator::Simulator(const QDBusConnection& connection)
     : m_connection(connection)
 {
     // Each adaptor is owned by its object and serves it under its path.
-    m_signal_emitters << new MeterCounterAdaptor(&m_meter_counter)
-                      << new SysLocaleAdaptor(&m_sys_locale)
-                      << new VideoOverlayAdaptor(&m_video_overlay)
-                      << new DeviceStatusAdaptor(&m_device_status)
-                      << new DeviceEventsAdaptor(&m_device_events)
-                      << new DeviceControlAdaptor(&m_device_control);
+    m_signal_emitters << new MeterCounterAdaptor(&m_meter_counter) << new SysLocaleAdaptor(&m_sys_locale)
+                      << new VideoOverlayAdaptor(&m_video_overlay) << new DeviceStatusAdaptor(&m_device_status)
+                      << new DeviceEventsAdaptor(&m_device_events) << new DeviceControlAdaptor(&m_device_control);
     new ControlAdaptor(&m_control);
 }
 
@@ -40,25 +36,24 @@ bool Simulator::start(QString& error)
         error = QStringLiteral("no system bus: ") + m_connection.lastError().message();
         return false;
     }
-    const QList<QPair<QString, QObject*>> objects{{"/metercounter", &m_meter_counter},
-                                                  {"/syslocale", &m_sys_locale},
-                                                  {"/videooverlay", &m_video_overlay},
-                                                  {"/devicestatus", &m_device_status},
-                                                  {"/deviceevents", &m_device_events},
-                                                  {"/devicecontrol", &m_device_control},
-                                                  {"/control", &m_control}};
+    const QList<QPair<QString, QObject*>> objects { { "/metercounter", &m_meter_counter },
+                                                    { "/syslocale", &m_sys_locale },
+                                                    { "/videooverlay", &m_video_overlay },
+                                                    { "/devicestatus", &m_device_status },
+                                                    { "/deviceevents", &m_device_events },
+                                                    { "/devicecontrol", &m_device_control },
+                                                    { "/control", &m_control } };
     for (const auto& [path, object] : objects) {
         if (!m_connection.registerObject(path, object)) {
             error = QStringLiteral("cannot register object ") + path;
             return false;
         }
     }
-    for (const QString& service : sibling_services + QStringList{control_service}) {
+    for (const QString& service : sibling_services + QStringList { control_service }) {
         if (!m_connection.registerService(service)) {
             const QDBusError bus_error = m_connection.lastError();
             error = QStringLiteral("cannot own ") + service + ": "
-                    + (bus_error.isValid() ? bus_error.message()
-                                           : QStringLiteral("the name has another owner"));
+                + (bus_error.isValid() ? bus_error.message() : QStringLiteral("the name has another owner"));
             return false;
         }
     }
@@ -73,12 +68,10 @@ bool Simulator::emit_sibling_signal(const QString& name, const QVariantList& arg
 void Simulator::set_service_present(const QString& service, bool present)
 {
     if (!sibling_services.contains(service)) {
-        qWarning("talvox-sim: set_service_present of unknown service \"%s\"",
-                 qPrintable(service));
+        qWarning("talvox-sim: set_service_present of unknown service \"%s\"", qPrintable(service));
         return;
     }
-    const bool done = present ? m_connection.registerService(service)
-                              : m_connection.unregisterService(service);
+    const bool done = present ? m_connection.registerService(service) : m_connection.unregisterService(service);
     if (!done)
         qWarning("talvox-sim: cannot %s %s", present ? "own" : "release", qPrintable(service));
 }

@@ -29,12 +29,12 @@ public:
 private:
     QDBusConnection m_connection;
     SimulatorState m_state;
-    MeterCounterObject m_meter_counter{m_state};
-    SysLocaleObject m_sys_locale{m_state};
-    VideoOverlayObject m_video_overlay{m_state};
-    DeviceStatusObject m_device_status{m_state};
+    MeterCounterObject m_meter_counter { m_state };
+    SysLocaleObject m_sys_locale { m_state };
+    VideoOverlayObject m_video_overlay { m_state };
+    DeviceStatusObject m_device_status { m_state };
     DeviceEventsObject m_device_events;
-    DeviceControlObject m_device_control{m_state};
-    ControlObject m_control{*this};
+    DeviceControlObject m_device_control { m_state };
+    ControlObject m_control { *this };
     QList<QObject*> m_signal_emitters; // the sibling adaptors
 };

@@ -4,8 +4,7 @@
 #include "OverlayState.h"
 
 // Values of crawler and camera that the device status service answers.
-struct DeviceValues
-{
+struct DeviceValues {
     int camera_module_type = 0;
     int camera_pressure1 = 0;
     int crawler_pressure1 = 0;
@@ -13,8 +12,7 @@ struct DeviceValues
 };
 
 // The three meter counters of the system management service, in metres.
-struct MeterCounters
-{
+struct MeterCounters {
     double counter = 0.0;
     double sat = 0.0;
     double abs = 0.0;
@@ -22,8 +20,7 @@ struct MeterCounters
 
 // All state of the simulated sibling services, shared by their bus objects
 // and the control object.
-struct SimulatorState
-{
+struct SimulatorState {
     CallLog calls;
     OverlayState overlay;
     DeviceValues devices;

@@ -3,7 +3,8 @@
 #include "SimulatorState.h"
 
 DeviceStatusObject::DeviceStatusObject(SimulatorState& state, QObject* parent)
-    : QObject(parent), m_state(state)
+    : QObject(parent)
+    , m_state(state)
 {
 }
 
@@ -32,21 +33,22 @@ double DeviceStatusObject::get_crawler_roll()
 }
 
 DeviceControlObject::DeviceControlObject(SimulatorState& state, QObject* parent)
-    : QObject(parent), m_state(state)
+    : QObject(parent)
+    , m_state(state)
 {
 }
 
 void DeviceControlObject::set_sensor_3d_cmd(uchar command, uchar parameter)
 {
-    m_state.calls.record("set_sensor_3d_cmd", {int(command), int(parameter)});
+    m_state.calls.record("set_sensor_3d_cmd", { int(command), int(parameter) });
 }
 
 void DeviceControlObject::set_sensor_3d_start_position(double x, double y, double z)
 {
-    m_state.calls.record("set_sensor_3d_start_position", {x, y, z});
+    m_state.calls.record("set_sensor_3d_start_position", { x, y, z });
 }
 
 void DeviceControlObject::set_sensor_3d_start_orientation(double first, double second)
 {
-    m_state.calls.record("set_sensor_3d_start_orientation", {first, second});
+    m_state.calls.record("set_sensor_3d_start_orientation", { first, second });
 }

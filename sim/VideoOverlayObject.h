@@ -31,8 +31,7 @@ public:
     void hide_text(int handle);
     void show_overlay();
     void hide_overlay();
-    void draw_temp_text(const QString& text, int foreground, int background, int column,
-                        int line, int duration);
+    void draw_temp_text(const QString& text, int foreground, int background, int column, int line, int duration);
     bool is_videocounter_active();
     void videocounter_start(int counter);
     void videocounter_stop(int counter);

@@ -21,9 +21,9 @@ namespace {
 // Asks the running simulator's control interface and prints the answer.
 int print_from_control(const QString& method)
 {
-    QDBusMessage request = QDBusMessage::createMethodCall(
-        QStringLiteral("local.talvox.simulator"), QStringLiteral("/control"),
-        QStringLiteral("local.talvox.simulator.control"), method);
+    QDBusMessage request
+        = QDBusMessage::createMethodCall(QStringLiteral("local.talvox.simulator"), QStringLiteral("/control"),
+                                         QStringLiteral("local.talvox.simulator.control"), method);
     const QDBusMessage reply = QDBusConnection::systemBus().call(request);
     QTextStream out(stdout);
     if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) {
@@ -78,9 +78,9 @@ int main(int argc, char* argv[])
 
     QCoreApplication app(argc, argv);
     const QStringList args = QCoreApplication::arguments().mid(1);
-    if (args == QStringList{QStringLiteral("--screen")})
+    if (args == QStringList { QStringLiteral("--screen") })
         return print_from_control(QStringLiteral("screen"));
-    if (args == QStringList{QStringLiteral("--calls")})
+    if (args == QStringList { QStringLiteral("--calls") })
         return print_from_control(QStringLiteral("calls"));
     if (!args.isEmpty()) {
         QTextStream(stderr) << "usage: talvox-sim [--screen | --calls]\n";

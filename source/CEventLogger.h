@@ -50,10 +50,10 @@ private:
 
 // Shorthand used all over the service: log a QString (or anything QString
 // accepts) at a syslog priority. The text is only built when it is logged.
-#define TVX_LOG(level, text)                                                                                  \
-    do {                                                                                                       \
-        if (CEventLogger::wouldLog(level))                                                                     \
-            CEventLogger::logMessage((level), QString(text).toUtf8().constData());                            \
+#define TVX_LOG(level, text)                                                                                           \
+    do {                                                                                                               \
+        if (CEventLogger::wouldLog(level))                                                                             \
+            CEventLogger::logMessage((level), QString(text).toUtf8().constData());                                     \
     } while (false)
 
 // Qt's message handler: Qt's own messages go to the main log at debug level.

@@ -27,7 +27,7 @@ const char* basenameOf(const char* path)
     const char* slash = std::strrchr(path, '/');
     return slash ? slash + 1 : path;
 }
-}
+} // namespace
 
 CLog::CLog(const char* path, int line, const char* function)
     : m_iLine(line)
@@ -45,13 +45,37 @@ CLog::~CLog() noexcept(false) // NOLINT(bugprone-exception-escape): see the decl
     printPostfix();
 }
 
-CLog& CLog::operator<<(const char* text) { m_sText += text; return *this; }
-CLog& CLog::operator<<(const std::string& text) { m_sText += text; return *this; }
-CLog& CLog::operator<<(bool value) { m_sText += value ? " true " : " false "; return *this; }
+CLog& CLog::operator<<(const char* text)
+{
+    m_sText += text;
+    return *this;
+}
+CLog& CLog::operator<<(const std::string& text)
+{
+    m_sText += text;
+    return *this;
+}
+CLog& CLog::operator<<(bool value)
+{
+    m_sText += value ? " true " : " false ";
+    return *this;
+}
 // Numbers are deliberately not formatted.
-CLog& CLog::operator<<(int) { m_sText += "???"; return *this; }
-CLog& CLog::operator<<(double) { m_sText += "???"; return *this; }
-CLog& CLog::operator<<(ELogValuation valuation) { m_eValuation = valuation; return *this; }
+CLog& CLog::operator<<(int)
+{
+    m_sText += "???";
+    return *this;
+}
+CLog& CLog::operator<<(double)
+{
+    m_sText += "???";
+    return *this;
+}
+CLog& CLog::operator<<(ELogValuation valuation)
+{
+    m_eValuation = valuation;
+    return *this;
+}
 
 void CLog::setFilename(const char* name)
 {
@@ -73,8 +97,8 @@ void CLog::setFunction(const char* signature)
 void CLog::printPrefix()
 {
     // The line number is not printed: the slot always shows "?".
-    std::printf("%s%s<%s%s%s> [%s?%s] (%s%s%s): %s", DARK, WHITE, DARK, m_sFilename.c_str(), WHITE,
-                DARK, WHITE, DARK, m_sFunction.c_str(), WHITE, WHITE);
+    std::printf("%s%s<%s%s%s> [%s?%s] (%s%s%s): %s", DARK, WHITE, DARK, m_sFilename.c_str(), WHITE, DARK, WHITE, DARK,
+                m_sFunction.c_str(), WHITE, WHITE);
 }
 
 void CLog::printText()
@@ -87,8 +111,12 @@ void CLog::printText()
 void CLog::printStatus()
 {
     switch (m_eValuation) {
-    case LOG_VAL_WARN: std::fputs("\x1b[0;31m  Warn\x1b[0;37m", stdout); break;
-    case LOG_VAL_ERROR: std::fputs("\x1b[0;31m Error\x1b[0;37m", stdout); break;
+    case LOG_VAL_WARN:
+        std::fputs("\x1b[0;31m  Warn\x1b[0;37m", stdout);
+        break;
+    case LOG_VAL_ERROR:
+        std::fputs("\x1b[0;31m Error\x1b[0;37m", stdout);
+        break;
     case LOG_VAL_EXIT:
         std::fputs("\x1b[0;31mEError\x1b[0;37m", stdout);
         std::fflush(stdout);
@@ -102,9 +130,15 @@ void CLog::printStatus()
             s_sThrownText = m_sText;
             throw s_sThrownText.c_str();
         }
-    case LOG_VAL_OK: std::fputs("\x1b[0;32m    Ok\x1b[0;37m", stdout); break;
-    case LOG_VAL_PASSED: std::fputs("\x1b[0;32mPassed\x1b[0;37m", stdout); break;
-    default: std::fputs("\x1b[0;34m------\x1b[0;37m", stdout); break;
+    case LOG_VAL_OK:
+        std::fputs("\x1b[0;32m    Ok\x1b[0;37m", stdout);
+        break;
+    case LOG_VAL_PASSED:
+        std::fputs("\x1b[0;32mPassed\x1b[0;37m", stdout);
+        break;
+    default:
+        std::fputs("\x1b[0;34m------\x1b[0;37m", stdout);
+        break;
     }
 }
 

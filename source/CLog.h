@@ -13,8 +13,8 @@ public:
         LOG_VAL_DEFAULT = 1,
         LOG_VAL_WARN = 2,
         LOG_VAL_ERROR = 3,
-        LOG_VAL_EXIT = 4,   // ends the process with exit(22) after printing
-        LOG_VAL_THROW = 5,  // throws the line's text after printing
+        LOG_VAL_EXIT = 4,  // ends the process with exit(22) after printing
+        LOG_VAL_THROW = 5, // throws the line's text after printing
         LOG_VAL_OK = 6,
         LOG_VAL_PASSED = 7
     };

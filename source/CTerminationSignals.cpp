@@ -26,7 +26,7 @@ void onTerminationSignal(int number)
     (void)written;
     errno = savedErrno;
 }
-}
+} // namespace
 
 bool CTerminationSignals::install()
 {
@@ -38,7 +38,8 @@ bool CTerminationSignals::install()
     m_pNotifier = new QSocketNotifier(signalSockets[1], QSocketNotifier::Read, this);
     connect(m_pNotifier, &QSocketNotifier::activated, this, &CTerminationSignals::onSignal);
 
-    struct sigaction action {};
+    struct sigaction action {
+    };
     action.sa_handler = onTerminationSignal;
     sigemptyset(&action.sa_mask);
     // Interrupted reads and writes resume instead of failing with EINTR.
@@ -53,6 +54,7 @@ void CTerminationSignals::onSignal()
     unsigned char number = 0;
     if (::read(signalSockets[1], &number, 1) != 1)
         return;
-    TVX_LOG(CEventLogger::LOG_LEVEL_NOTICE, QString("received signal %1 (%2), exiting").arg(number).arg(strsignal(number)));
+    TVX_LOG(CEventLogger::LOG_LEVEL_NOTICE,
+            QString("received signal %1 (%2), exiting").arg(number).arg(strsignal(number)));
     QCoreApplication::quit();
 }

@@ -1,8 +1,8 @@
 #include "CTextLinesManager.h"
 
 #include "BusCall.h"
-#include "CommandCatalogue.h"
 #include "CQuorendVideoOverlayInterface.h"
+#include "CommandCatalogue.h"
 
 namespace {
 // The status line's fixed overlay texts double as screen lines.
@@ -19,7 +19,7 @@ unsigned char low8(const QVariant& value)
 {
     return static_cast<unsigned char>(value.toUInt() & 0xFF);
 }
-}
+} // namespace
 
 CTextLinesManager::CTextLinesManager(CQuorendVideoOverlayInterface& overlay)
     : m_rOverlay(overlay)
@@ -103,8 +103,7 @@ void CTextLinesManager::setCursorColor(EOverlayTextColor foreground, EOverlayTex
     setTextLineColor(m_cursor.line, foreground, background);
 }
 
-void CTextLinesManager::setTextLineColor(unsigned char line, EOverlayTextColor foreground,
-                                         EOverlayTextColor background)
+void CTextLinesManager::setTextLineColor(unsigned char line, EOverlayTextColor foreground, EOverlayTextColor background)
 {
     for (auto it = m_pLineTexts->constFind(line); it != m_pLineTexts->constEnd() && it.key() == line; ++it)
         m_rOverlay.set_text_colors(int(it.value()), foreground, background);

@@ -7,7 +7,7 @@ struct ColorPair {
 };
 // Codes 0x00 to 0x03.
 const ColorPair SHORTHANDS[] = { { 1, 0 }, { 1, 15 }, { 15, 0 }, { 15, 1 } };
-}
+} // namespace
 
 char ColorCodeFromPair(int first, int second)
 {

@@ -3,12 +3,7 @@
 
 // A colour number 0 to 15 of the overlay service's text palette. The service
 // never interprets it; it is passed on as an int.
-enum EOverlayTextColor {
-    OVERLAY_COLOR_0 = 0,
-    OVERLAY_COLOR_1 = 1,
-    OVERLAY_COLOR_13 = 13,
-    OVERLAY_COLOR_15 = 15
-};
+enum EOverlayTextColor { OVERLAY_COLOR_0 = 0, OVERLAY_COLOR_1 = 1, OVERLAY_COLOR_13 = 13, OVERLAY_COLOR_15 = 15 };
 
 // Decodes the one-byte colour code of the text commands: high nibble the
 // foreground, low nibble the background. With a high nibble of 0 the codes

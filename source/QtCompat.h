@@ -51,7 +51,10 @@ protected:
     virtual void childSetup() = 0;
 
 #if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
-    void setupChildProcess() override { childSetup(); }
+    void setupChildProcess() override
+    {
+        childSetup();
+    }
 #endif
 };
 

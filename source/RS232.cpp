@@ -15,7 +15,6 @@
 
 RS232* RS232::_instance = nullptr;
 
-
 RS232* RS232::instance()
 {
     if (!_instance)
@@ -140,10 +139,10 @@ void RS232::on_frame_silence()
         m_frameSilence.start();
         return;
     }
-    TVX_LOG(CEventLogger::LOG_LEVEL_EMERGENCY,
-            QString("RS232::receive_rs232_message: incomplete frame dropped after %1 ms of silence: ")
-                    .arg(FRAME_SILENCE_MS)
-                + receiver.message().toStr());
+    TVX_LOG(
+        CEventLogger::LOG_LEVEL_EMERGENCY,
+        QString("RS232::receive_rs232_message: incomplete frame dropped after %1 ms of silence: ").arg(FRAME_SILENCE_MS)
+            + receiver.message().toStr());
     receiver.reset();
 }
 
@@ -177,9 +176,10 @@ void RS232::send_message(RS232Message* message)
     if (message->get_data_length() > RS232Message::MAX_SHORT_DATA_LENGTH) {
         const int size = message->get_data_length();
         if (!message->set_long_length())
-            TVX_LOG(CEventLogger::LOG_LEVEL_ERROR, QString("RS232::send_message: reply of %1 bytes cut to %2")
-                                                       .arg(size)
-                                                       .arg(RS232Message::MAX_DATA_LENGTH));
+            TVX_LOG(CEventLogger::LOG_LEVEL_ERROR,
+                    QString("RS232::send_message: reply of %1 bytes cut to %2")
+                        .arg(size)
+                        .arg(RS232Message::MAX_DATA_LENGTH));
     }
     if (!message->is_valid()) {
         TVX_LOG(CEventLogger::LOG_LEVEL_ERROR,

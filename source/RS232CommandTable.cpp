@@ -3,7 +3,9 @@
 // each one serves, this table only binds the names to the functions.
 #include "RS232Handler.h"
 
+// clang-format off
 #define HANDLER(name) { #name, &RS232Handler::name }
+// clang-format on
 
 namespace {
 const RS232Handler::NamedHandler HANDLERS[] = {

@@ -2,8 +2,6 @@
 
 #include "BusCall.h"
 #include "CEventLogger.h"
-#include "CommandCatalogue.h"
-#include "RS232.h"
 #include "CHolvardMeterCounterInterface.h"
 #include "CHolvardSysLocaleInterface.h"
 #include "CQuorendVideoOverlayInterface.h"
@@ -11,6 +9,8 @@
 #include "CTravendDeviceControlInterface.h"
 #include "CTravendDeviceEventsInterface.h"
 #include "CTravendDeviceStatusInterface.h"
+#include "CommandCatalogue.h"
+#include "RS232.h"
 #include "talvox.h"
 
 #include <QDBusConnection>
@@ -42,7 +42,7 @@ Proxy* createProxy(const char* service, const char* path, QObject* parent, const
         CEventLogger::logMessage(CEventLogger::LOG_LEVEL_ERROR, failureText);
     return proxy;
 }
-}
+} // namespace
 
 RS232Handler* RS232Handler::instance()
 {
@@ -101,8 +101,8 @@ RS232Handler::RS232Handler()
 
     // There is no slot of this name, so this connection is refused: the video
     // counter is always asked for on demand. (By name, as only a name can miss.)
-    bus.connect(QUOREND, "/videooverlay", CQuorendVideoOverlayInterface::staticInterfaceName(),
-                "videocounter_changed", this, SLOT(onVideoCounterChanged(int,int,int,int)));
+    bus.connect(QUOREND, "/videooverlay", CQuorendVideoOverlayInterface::staticInterfaceName(), "videocounter_changed",
+                this, SLOT(onVideoCounterChanged(int, int, int, int)));
 
     m_pSysLocale = createProxy<CHolvardSysLocaleInterface>(
         HOLVARD, "/syslocale", this, "Could not create dbus interface 'local.vemo.holvard/syslocale'!");
@@ -192,8 +192,8 @@ void RS232Handler::exec_func(RS232Message& message)
 
     // The trailing " 30" is the same on every line (48 in hexadecimal).
     if (CEventLogger::wouldLog(CEventLogger::LOG_LEVEL_DEBUG))
-        TVX_LOG(CEventLogger::LOG_LEVEL_DEBUG, "handling " + create_id(message.get_command_id(), group)
-                                                   + QString(" %1").arg(48, 0, 16));
+        TVX_LOG(CEventLogger::LOG_LEVEL_DEBUG,
+                "handling " + create_id(message.get_command_id(), group) + QString(" %1").arg(48, 0, 16));
     begin_bus_command();
     const Reply answer = handler(*this, message);
     if (!answer.exists)

@@ -43,7 +43,7 @@ public:
     };
     static Reply no_reply() { return Reply(); }
     static Reply reply_with(const QByteArray& data, const QString& logged_after = QString(),
-                       CEventLogger::ELogLevel level = CEventLogger::LOG_LEVEL_EMERGENCY)
+                            CEventLogger::ELogLevel level = CEventLogger::LOG_LEVEL_EMERGENCY)
     {
         return Reply { true, data, logged_after, level };
     }
@@ -192,7 +192,6 @@ private:
     float m_fCrawlerPitch;
     float m_fInclinationValue;
     float m_fInclinationStartMeter;
-
 
     float m_fCameraPanPos;
     float m_fCameraTiltPos;

@@ -121,7 +121,7 @@ quint64 bigEndianBits(const QByteArray& bytes, int count)
         bits = (bits << 8) | byte_at(bytes, i);
     return bits;
 }
-}
+} // namespace
 
 QByteArray RS232Message::float_to_bytearray(float value)
 {

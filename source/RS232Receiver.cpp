@@ -7,7 +7,7 @@ using Protocol::ETX;
 using Protocol::FIRST_PRINTABLE;
 using Protocol::STX;
 const unsigned char HIGHEST_GROUP = Protocol::GROUP_COUNT - 1;
-}
+} // namespace
 
 void RS232Receiver::receive(const QByteArray& chunk, RS232ReceiverSink& sink)
 {

@@ -21,7 +21,7 @@ public:
     // A printable byte outside a frame.
     virtual void type_char(char byte) = 0;
     // The end byte of a frame is due (before it is examined).
-    virtual void end_due() {}
+    virtual void end_due() { }
     // A complete frame with command id 0: neither ACK nor NAK.
     virtual void swallow_frame(const RS232Message& message) { (void)message; }
     // A control byte outside a frame, ignored by the rules (ACK and NAK are

@@ -23,7 +23,7 @@ void writeAll(int fd, const char* bytes, std::size_t size)
         size -= std::size_t(written);
     }
 }
-}
+} // namespace
 
 SyslogWriter::SyslogWriter(const char* ident, int facility, const char* socketPath)
     : m_sHeader(std::string(ident) + "[" + std::to_string(getpid()) + "]: ")
@@ -33,7 +33,10 @@ SyslogWriter::SyslogWriter(const char* ident, int facility, const char* socketPa
     connectToDaemon(std::time(nullptr));
 }
 
-SyslogWriter::~SyslogWriter() { closeSocket(); }
+SyslogWriter::~SyslogWriter()
+{
+    closeSocket();
+}
 
 void SyslogWriter::closeSocket()
 {
@@ -77,8 +80,8 @@ const char* SyslogWriter::timestamp(std::time_t now)
     if (now != m_tStampSecond) {
         std::tm local {};
         localtime_r(&now, &local);
-        std::snprintf(m_acStamp, sizeof m_acStamp, "%s %2d %02d:%02d:%02d", MONTHS[local.tm_mon % 12],
-                      local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
+        std::snprintf(m_acStamp, sizeof m_acStamp, "%s %2d %02d:%02d:%02d", MONTHS[local.tm_mon % 12], local.tm_mday,
+                      local.tm_hour, local.tm_min, local.tm_sec);
         m_tStampSecond = now;
     }
     return m_acStamp;

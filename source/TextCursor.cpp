@@ -3,7 +3,7 @@
 namespace {
 const unsigned char FIRST_ORDINARY_LINE = 3;
 const int MAX_STEPS = 1000;
-}
+} // namespace
 
 void TextCursor::advance(unsigned char width, unsigned char count)
 {

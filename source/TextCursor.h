@@ -8,8 +8,7 @@
 // only runs over the ordinary lines 3 to count - 2 and wraps from the end of
 // line count - 2 back to the start of line 3. All values are 8-bit, as on
 // the line; a screen the overlay could not report has width and count 0.
-struct TextCursor
-{
+struct TextCursor {
     unsigned char column = 0;
     unsigned char line = 3;
 

@@ -41,12 +41,14 @@ QByteArray lockPath;
 
 bool same_file(int fd, const QByteArray& path)
 {
-    struct stat held {};
-    struct stat named {};
+    struct stat held {
+    };
+    struct stat named {
+    };
     return ::fstat(fd, &held) == 0 && ::stat(path.constData(), &named) == 0 && held.st_dev == named.st_dev
         && held.st_ino == named.st_ino;
 }
-}
+} // namespace
 
 void lock_start()
 {
@@ -106,13 +108,19 @@ int talvox_main(int argc, char** argv)
     int option;
     while ((option = getopt(argc, argv, "-d:b:p:l:")) != -1) {
         switch (std::tolower(option)) {
-        case 'd': device = QString::fromLocal8Bit(optarg); break;
+        case 'd':
+            device = QString::fromLocal8Bit(optarg);
+            break;
         // Accepted and ignored: the line always runs 9600 8N1, and no pid
         // file is written (the lock file holds the pid).
         case 'b':
-        case 'p': break;
-        case 'l': level = QString::fromLocal8Bit(optarg).toInt(); break;
-        default: break;
+        case 'p':
+            break;
+        case 'l':
+            level = QString::fromLocal8Bit(optarg).toInt();
+            break;
+        default:
+            break;
         }
     }
 

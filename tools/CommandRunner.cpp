@@ -9,7 +9,7 @@ const int QUERY_GROUP = 1;
 const int HIGHEST_VALID_GROUP = 2;
 const int CODEC_COMMAND = 0x01;
 const int SETTING_GROUP = 2;
-}
+} // namespace
 
 CommandRunner::CommandRunner(const ClientOptions& options, TextCharset charset, QTextStream& out, QTextStream& err)
     : m_options(options)
@@ -65,7 +65,8 @@ QString CommandRunner::unknownCommand(const QStringList& words)
     names.sort();
     return QStringLiteral("unknown command \"%1\". %2:\n  %3\n(talvox-pc --list explains each one)")
         .arg(words.join(QLatin1Char(' ')),
-             narrowed ? QStringLiteral("Commands that start with \"%1\"").arg(words[0]) : QStringLiteral("The commands are"),
+             narrowed ? QStringLiteral("Commands that start with \"%1\"").arg(words[0])
+                      : QStringLiteral("The commands are"),
              names.join(QStringLiteral("\n  ")));
 }
 
@@ -158,11 +159,11 @@ CommandRunner::ExitCode CommandRunner::send(const Request& prepared)
         return Refused;
     case SerialLink::TimedOut:
         if (received.isEmpty())
-            m_err << "time-out: no answer within " << m_options.timeoutMs << " ms (is the controller on " << m_options.device
-                  << "?)\n";
+            m_err << "time-out: no answer within " << m_options.timeoutMs << " ms (is the controller on "
+                  << m_options.device << "?)\n";
         else
-            m_err << "time-out: the controller acknowledged the command but sent no reply within " << m_options.timeoutMs
-                  << " ms\n";
+            m_err << "time-out: the controller acknowledged the command but sent no reply within "
+                  << m_options.timeoutMs << " ms\n";
         return TimedOut;
     case SerialLink::LineFailed:
         m_err << "the serial line failed: " << m_options.device << '\n';

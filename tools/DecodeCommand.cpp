@@ -96,7 +96,7 @@ bool readInput(const QString& name, QByteArray* contents, QString* error)
 {
     QFile file;
     const bool opened = name == QLatin1String("-") ? file.open(stdin, QIODevice::ReadOnly)
-                                                  : (file.setFileName(name), file.open(QIODevice::ReadOnly));
+                                                   : (file.setFileName(name), file.open(QIODevice::ReadOnly));
     if (!opened) {
         *error = QStringLiteral("cannot read %1: %2").arg(name, file.errorString());
         return false;
@@ -121,7 +121,8 @@ int decodeTrace(const QString& name, const QByteArray& contents, LineDecoder& de
         LineDecoder::Direction from = LineDecoder::Pc;
         QByteArray bytes;
         if (!parseTraceLine(line, &time, &from, &bytes)) {
-            err << name << ':' << number << ": not a trace line (<time> <pc|ctl> <hex bytes>), skipped: " << line << '\n';
+            err << name << ':' << number << ": not a trace line (<time> <pc|ctl> <hex bytes>), skipped: " << line
+                << '\n';
             err.flush();
             status = BadInput;
             continue;
@@ -162,8 +163,8 @@ int decodeFiles(const Arguments& arguments, LineDecoder& decoder, Printer& print
         }
         // Captures without times cannot be interleaved: the first is the
         // PC's, the second the controller's, each decoded in turn.
-        const LineDecoder::Direction from = captures == 2 ? (capture++ == 0 ? LineDecoder::Pc : LineDecoder::Controller)
-                                                          : arguments.from;
+        const LineDecoder::Direction from
+            = captures == 2 ? (capture++ == 0 ? LineDecoder::Pc : LineDecoder::Controller) : arguments.from;
         decoder.feed(from, QString(), contents[i], &lines);
         printer.print(&lines);
     }
@@ -181,8 +182,8 @@ int follow(const Arguments& arguments, LineDecoder& decoder, Printer& printer, Q
     };
     std::vector<Live> lives;
     for (int i = 0; i < arguments.inputs.size(); ++i) {
-        const LineDecoder::Direction from = arguments.inputs.size() == 2 ? (i == 0 ? LineDecoder::Pc : LineDecoder::Controller)
-                                                                         : arguments.from;
+        const LineDecoder::Direction from
+            = arguments.inputs.size() == 2 ? (i == 0 ? LineDecoder::Pc : LineDecoder::Controller) : arguments.from;
         lives.push_back({ arguments.inputs[i], from, makeByteLine(arguments.inputs[i], CONNECT_TIMEOUT_MS) });
         QString error;
         if (!lives.back().line->open(true, &error)) {

@@ -74,16 +74,19 @@ void LineDecoder::push(Direction from, Side& side, const QString& time, unsigned
         break;
     case RS232Receiver::Event::FrameInvalid:
         emitLine(from, side.frameTime,
-                 QStringLiteral("frame with command id 0, ignored by the controller") + dataSuffix(receiver.message().data())
+                 QStringLiteral("frame with command id 0, ignored by the controller")
+                     + dataSuffix(receiver.message().data())
                      + (m_showBytes ? QStringLiteral("  [%1]").arg(hexBytes(side.frame)) : QString()),
                  lines);
         break;
     case RS232Receiver::Event::Refused: {
-        const QString why = stateBefore == RS232Receiver::State::GroupId ? QStringLiteral("group id %1 is above 2").arg(byte)
-                                             : QStringLiteral("0x%1 where the end byte 0x03 belongs")
-                                                   .arg(QString::number(byte, 16).toUpper().rightJustified(2, QLatin1Char('0')));
+        const QString why = stateBefore == RS232Receiver::State::GroupId
+            ? QStringLiteral("group id %1 is above 2").arg(byte)
+            : QStringLiteral("0x%1 where the end byte 0x03 belongs")
+                  .arg(QString::number(byte, 16).toUpper().rightJustified(2, QLatin1Char('0')));
         emitLine(from, side.frameTime,
-                 QStringLiteral("broken frame (%1; the controller answers NAK): %2").arg(why, hexBytes(side.frame)), lines);
+                 QStringLiteral("broken frame (%1; the controller answers NAK): %2").arg(why, hexBytes(side.frame)),
+                 lines);
         break;
     }
     case RS232Receiver::Event::Nothing:
@@ -146,7 +149,8 @@ QString LineDecoder::replyEvent(const RS232Message& message)
 {
     const CatalogueEntry* entry = findEntry(message.get_command_id(), message.get_group_id());
     if (!entry || entry->reply == ReplyKind::Ack)
-        return QStringLiteral("frame %1, no reply to a known query").arg(frameIds(message)) + dataSuffix(message.data());
+        return QStringLiteral("frame %1, no reply to a known query").arg(frameIds(message))
+            + dataSuffix(message.data());
     // The reply is read in the terms of the query it answers (the oldest
     // one still open with the same ids), or without one if it was not seen.
     Request request { QByteArray(), m_charset.selected() };
@@ -174,7 +178,9 @@ void LineDecoder::finish(QStringList* lines)
         const RS232Message& message = side.receiver.message();
         QString what = QStringLiteral("truncated frame at the end of the capture");
         if (side.frame.size() >= HEADER_SIZE)
-            what += QStringLiteral(" (%1 of %2 data bytes)").arg(message.get_data_length()).arg(message.get_setted_length());
+            what += QStringLiteral(" (%1 of %2 data bytes)")
+                        .arg(message.get_data_length())
+                        .arg(message.get_setted_length());
         emitLine(from, side.frameTime, what + QStringLiteral(": ") + hexBytes(side.frame), lines);
         side.receiver.reset();
         side.frame.clear();
@@ -184,5 +190,6 @@ void LineDecoder::finish(QStringList* lines)
 void LineDecoder::emitLine(Direction from, const QString& time, const QString& text, QStringList* lines) const
 {
     const QString who = from == Pc ? QStringLiteral("PC ") : QStringLiteral("CTL");
-    lines->append(time.isEmpty() ? who + QStringLiteral("  ") + text : time + QStringLiteral("  ") + who + QStringLiteral("  ") + text);
+    lines->append(time.isEmpty() ? who + QStringLiteral("  ") + text
+                                 : time + QStringLiteral("  ") + who + QStringLiteral("  ") + text);
 }

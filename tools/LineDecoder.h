@@ -40,9 +40,9 @@ public:
 private:
     struct Side {
         RS232Receiver receiver;
-        QByteArray frame;     // the bytes of the frame being received
+        QByteArray frame; // the bytes of the frame being received
         QString frameTime;
-        QByteArray run;       // typed characters or stray bytes in a row
+        QByteArray run; // typed characters or stray bytes in a row
         bool runTyped = false;
         QString runTime;
     };

@@ -55,7 +55,7 @@ bool NetworkLine::negotiate(QString* error)
     return true;
 }
 
-template<typename Condition> bool NetworkLine::awaitServer(Condition done)
+template <typename Condition> bool NetworkLine::awaitServer(Condition done)
 {
     const QDeadlineTimer deadline(m_timeoutMs);
     while (!done()) {

@@ -29,7 +29,7 @@ private:
     Result receive(int timeoutMs);
     bool negotiate(QString* error);
     // Waits until `done` holds, taking in what the server says meanwhile.
-    template<typename Condition> bool awaitServer(Condition done);
+    template <typename Condition> bool awaitServer(Condition done);
 
     Protocol m_protocol;
     QString m_address;

@@ -56,7 +56,6 @@ QString unitTextTable()
     return text;
 }
 
-
 QString localeCodecs()
 {
     // "ISO-8859-15; ISO-8859-5 for Belarus, ...; ISO-8859-2 for Slovakia": the default, then by codec.
@@ -80,13 +79,15 @@ QString statusLineTextIds()
 
 QString commandTables()
 {
-    QString text = QStringLiteral("\n## Commands\n\nAll %1 (command id, group id) pairs of the controller's command table.\n")
-                       .arg(catalogue().size());
+    QString text
+        = QStringLiteral("\n## Commands\n\nAll %1 (command id, group id) pairs of the controller's command table.\n")
+              .arg(catalogue().size());
     int group = -1;
     for (const CatalogueEntry* entry : sortedEntries()) {
         if (entry->group != group) {
             group = entry->group;
-            text += QStringLiteral("\n### %1\n\n| Id | talvox-pc | Request data | Reply data | Effect |\n|---|---|---|---|---|\n")
+            text += QStringLiteral(
+                        "\n### %1\n\n| Id | talvox-pc | Request data | Reply data | Effect |\n|---|---|---|---|---|\n")
                         .arg(GROUP_TITLES[group]);
         }
         text += QStringLiteral("| %1 | `%2` | %3 | %4 | %5 |\n")
@@ -127,5 +128,6 @@ QString commandList()
                     .arg(usage(*entry), entry->effect, hex(entry->command))
                     .arg(entry->group);
     }
-    return text + QStringLiteral("raw <command id> <group id> [data bytes]\n    Sends any frame and prints what comes back.\n");
+    return text
+        + QStringLiteral("raw <command id> <group id> [data bytes]\n    Sends any frame and prints what comes back.\n");
 }

@@ -24,7 +24,8 @@ QString decodeVideoCounter(const QByteArray& reply)
 {
     const unsigned char h = byte_at(reply, 0), m = byte_at(reply, 1), s = byte_at(reply, 2), f = byte_at(reply, 3);
     if (h == NO_VIDEOCOUNTER && m == NO_VIDEOCOUNTER && s == NO_VIDEOCOUNTER && f == NO_VIDEOCOUNTER)
-        return QStringLiteral("video counter: no value (the overlay service did not answer; the controller sends 99 99 99 99)");
+        return QStringLiteral(
+            "video counter: no value (the overlay service did not answer; the controller sends 99 99 99 99)");
     return QStringLiteral("video counter: %1:%2:%3, frame %4").arg(twoDigits(h), twoDigits(m), twoDigits(s)).arg(f);
 }
 
@@ -34,7 +35,8 @@ QString decode3D(const QByteArray& reply)
     const double y = RS232Message::bytearray_to_double(reply.mid(8, 8));
     const double z = RS232Message::bytearray_to_double(reply.mid(16, 8));
     const float distance = RS232Message::bytearray_to_float(reply.mid(24, 4));
-    return QStringLiteral("3D data: x %1, y %2, z %3, distance counter %4").arg(number(x), number(y), number(z), number(distance));
+    return QStringLiteral("3D data: x %1, y %2, z %3, distance counter %4")
+        .arg(number(x), number(y), number(z), number(distance));
 }
 
 QString decodeStatusLineText(const QByteArray& request, const QByteArray& reply, const TextCharset& charset)
@@ -42,7 +44,9 @@ QString decodeStatusLineText(const QByteArray& request, const QByteArray& reply,
     // Items 1 to 4 are echoed in front of the text; other values are not.
     const unsigned char item = byte_at(request, 0);
     if (item >= 1 && item <= 4)
-        return QStringLiteral("status line item %1: %2").arg(byte_at(reply, 0)).arg(quoted(charset.decode(reply.mid(1))));
+        return QStringLiteral("status line item %1: %2")
+            .arg(byte_at(reply, 0))
+            .arg(quoted(charset.decode(reply.mid(1))));
     return QStringLiteral("overlay text %1: %2").arg(item).arg(quoted(charset.decode(reply)));
 }
 
@@ -133,25 +137,38 @@ QString decodeReply(const CatalogueEntry& entry, const QByteArray& request, cons
 QString describeReply(ReplyKind kind)
 {
     switch (kind) {
-    case ReplyKind::Ack: return QStringLiteral("none (ACK only)");
-    case ReplyKind::Codec: return QStringLiteral("1 byte: the selector (0 locale codec, 1 UTF-8, 2 UTF-16)");
+    case ReplyKind::Ack:
+        return QStringLiteral("none (ACK only)");
+    case ReplyKind::Codec:
+        return QStringLiteral("1 byte: the selector (0 locale codec, 1 UTF-8, 2 UTF-16)");
     case ReplyKind::DeviceData:
         return QStringLiteral("4 bytes: the two selector bytes, status (0 answered, 1 unknown selector), module type");
-    case ReplyKind::Metres: return QStringLiteral("4 bytes: float, metres (feet under a US locale)");
-    case ReplyKind::Float: return QStringLiteral("4 bytes: float");
-    case ReplyKind::Integer: return QStringLiteral("2 bytes: integer form (00 00 for 20)");
-    case ReplyKind::UnitState: return QStringLiteral("4 bytes: format, visible (1/0), x, y");
-    case ReplyKind::Date: return QStringLiteral("4 bytes: day, month, 20, (year + 48) mod 256");
-    case ReplyKind::Time: return QStringLiteral("4 bytes: hour, minute, second, 0");
-    case ReplyKind::VideoCounter: return QStringLiteral("4 bytes: hours, minutes, seconds, frames (99 99 99 99: no value)");
+    case ReplyKind::Metres:
+        return QStringLiteral("4 bytes: float, metres (feet under a US locale)");
+    case ReplyKind::Float:
+        return QStringLiteral("4 bytes: float");
+    case ReplyKind::Integer:
+        return QStringLiteral("2 bytes: integer form (00 00 for 20)");
+    case ReplyKind::UnitState:
+        return QStringLiteral("4 bytes: format, visible (1/0), x, y");
+    case ReplyKind::Date:
+        return QStringLiteral("4 bytes: day, month, 20, (year + 48) mod 256");
+    case ReplyKind::Time:
+        return QStringLiteral("4 bytes: hour, minute, second, 0");
+    case ReplyKind::VideoCounter:
+        return QStringLiteral("4 bytes: hours, minutes, seconds, frames (99 99 99 99: no value)");
     case ReplyKind::StatusLineText:
         return QStringLiteral("item (only for 1-4), then the text in the selected character set");
     case ReplyKind::StatusLineState:
         return QStringLiteral("5 bytes: item, colour byte, visible (1/0), 0, 0; nothing for items other than 1-4");
-    case ReplyKind::LineText: return QStringLiteral("line byte as sent, then the text in the selected character set");
-    case ReplyKind::Converter: return QStringLiteral("5 bytes: channel, float");
-    case ReplyKind::Measurement3D: return QStringLiteral("28 bytes: doubles x, y, z, float distance counter");
-    case ReplyKind::Text: return QStringLiteral("the text in the selected character set");
+    case ReplyKind::LineText:
+        return QStringLiteral("line byte as sent, then the text in the selected character set");
+    case ReplyKind::Converter:
+        return QStringLiteral("5 bytes: channel, float");
+    case ReplyKind::Measurement3D:
+        return QStringLiteral("28 bytes: doubles x, y, z, float distance counter");
+    case ReplyKind::Text:
+        return QStringLiteral("the text in the selected character set");
     }
     return {};
 }

@@ -61,13 +61,21 @@ QString decode(const CatalogueEntry& entry, const QByteArray& data, const TextCh
 {
     *used = data.size();
     switch (entry.request) {
-    case RequestKind::None: *used = 0; return {};
-    case RequestKind::Byte: *used = 1; return bytes(data, 1);
-    case RequestKind::ByteText: return bytes(data, 1) + QLatin1Char(' ') + textArgument(data.mid(1), charset);
-    case RequestKind::Text: return textArgument(data, charset);
+    case RequestKind::None:
+        *used = 0;
+        return {};
+    case RequestKind::Byte:
+        *used = 1;
+        return bytes(data, 1);
+    case RequestKind::ByteText:
+        return bytes(data, 1) + QLatin1Char(' ') + textArgument(data.mid(1), charset);
+    case RequestKind::Text:
+        return textArgument(data, charset);
     case RequestKind::Cursor:
     case RequestKind::Position:
-    case RequestKind::Selector: *used = 2; return bytes(data, 2);
+    case RequestKind::Selector:
+        *used = 2;
+        return bytes(data, 2);
     case RequestKind::LineColour:
         // One byte alone is the colour for the cursor's line.
         if (data.size() == 1)
@@ -82,7 +90,9 @@ QString decode(const CatalogueEntry& entry, const QByteArray& data, const TextCh
                                                                         : QString::number(byte_at(data, 0));
         return QStringLiteral("%1 %2 %3").arg(target).arg(byte_at(data, 2)).arg(byte_at(data, 1));
     }
-    case RequestKind::Float: *used = 4; return number(RS232Message::bytearray_to_float(data.left(4)));
+    case RequestKind::Float:
+        *used = 4;
+        return number(RS232Message::bytearray_to_float(data.left(4)));
     case RequestKind::Date:
         *used = 4;
         return QStringLiteral("%1-%2-%3")
@@ -102,8 +112,12 @@ QString decode(const CatalogueEntry& entry, const QByteArray& data, const TextCh
         return selector <= TextCharset::Utf16 ? QString::fromLatin1(NAMES[selector])
                                               : QStringLiteral("(selector %1, ignored)").arg(selector);
     }
-    case RequestKind::VideoCounter: *used = 4; return bytes(data, 4);
-    case RequestKind::Integer: *used = 2; return QString::number(RS232Message::bytearray_to_int(data.left(2)));
+    case RequestKind::VideoCounter:
+        *used = 4;
+        return bytes(data, 4);
+    case RequestKind::Integer:
+        *used = 2;
+        return QString::number(RS232Message::bytearray_to_int(data.left(2)));
     case RequestKind::StartPosition:
         *used = 24;
         return QStringLiteral("%1 %2 %3")
@@ -114,7 +128,8 @@ QString decode(const CatalogueEntry& entry, const QByteArray& data, const TextCh
         *used = 8;
         return number(RS232Message::bytearray_to_float(data.mid(0, 4))) + QLatin1Char(' ')
             + number(RS232Message::bytearray_to_float(data.mid(4, 4)));
-    case RequestKind::TempText: return tempTexts(data, charset);
+    case RequestKind::TempText:
+        return tempTexts(data, charset);
     }
     return {};
 }
@@ -126,8 +141,10 @@ QString requestArguments(const CatalogueEntry& entry, const QByteArray& data, co
     int used = 0;
     QString arguments = decode(entry, data, charset, &used);
     if (data.size() < used)
-        arguments += QStringLiteral(" (only %1 of %2 data bytes; the missing ones read as 0)").arg(data.size()).arg(used);
+        arguments
+            += QStringLiteral(" (only %1 of %2 data bytes; the missing ones read as 0)").arg(data.size()).arg(used);
     else if (data.size() > used)
-        arguments += QStringLiteral(" (and %1 more data bytes: %2)").arg(data.size() - used).arg(hexBytes(data.mid(used)));
+        arguments
+            += QStringLiteral(" (and %1 more data bytes: %2)").arg(data.size() - used).arg(hexBytes(data.mid(used)));
     return arguments.trimmed();
 }

@@ -16,7 +16,7 @@ bool parseNumber(const QString& text, long long low, long long high, long long* 
 {
     bool ok = false;
     const long long number = text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive) ? text.mid(2).toLongLong(&ok, 16)
-                                                                                        : text.toLongLong(&ok, 10);
+                                                                                       : text.toLongLong(&ok, 10);
     if (!ok || number < low || number > high)
         return false;
     *value = number;
@@ -193,8 +193,8 @@ QByteArray encode(const CatalogueEntry& entry, Arguments& args, const TextCharse
     }
     case RequestKind::VideoCounter: {
         args.expectAtMost(4);
-        const char bytes[] = { char(args.byte(0, "hours")), char(args.byte(1, "minutes")), char(args.byte(2, "seconds")),
-                               char(args.byte(3, "frames")) };
+        const char bytes[] = { char(args.byte(0, "hours")), char(args.byte(1, "minutes")),
+                               char(args.byte(2, "seconds")), char(args.byte(3, "frames")) };
         return QByteArray(bytes, sizeof bytes);
     }
     case RequestKind::Position: {
@@ -211,7 +211,8 @@ QByteArray encode(const CatalogueEntry& entry, Arguments& args, const TextCharse
     }
     case RequestKind::StartPosition:
         args.expectAtMost(3);
-        return RS232Message::double_to_bytearray(args.real(0, "x")) + RS232Message::double_to_bytearray(args.real(1, "y"))
+        return RS232Message::double_to_bytearray(args.real(0, "x"))
+            + RS232Message::double_to_bytearray(args.real(1, "y"))
             + RS232Message::double_to_bytearray(args.real(2, "z"));
     case RequestKind::StartOrientation:
         args.expectAtMost(2);
@@ -255,28 +256,45 @@ bool encodeRequest(const CatalogueEntry& entry, const QStringList& arguments, co
 QString describeRequest(RequestKind kind)
 {
     switch (kind) {
-    case RequestKind::None: return QStringLiteral("none");
-    case RequestKind::Byte: return QStringLiteral("1 byte: the number");
-    case RequestKind::ByteText: return QStringLiteral("1 byte: the number; then the text in the selected character set (may be empty)");
-    case RequestKind::Text: return QStringLiteral("the text in the selected character set");
-    case RequestKind::Cursor: return QStringLiteral("2 bytes: column, line (0-based)");
+    case RequestKind::None:
+        return QStringLiteral("none");
+    case RequestKind::Byte:
+        return QStringLiteral("1 byte: the number");
+    case RequestKind::ByteText:
+        return QStringLiteral("1 byte: the number; then the text in the selected character set (may be empty)");
+    case RequestKind::Text:
+        return QStringLiteral("the text in the selected character set");
+    case RequestKind::Cursor:
+        return QStringLiteral("2 bytes: column, line (0-based)");
     case RequestKind::LineColour:
         return QStringLiteral("2 bytes: line (1-based), colour byte; or 1 byte: colour byte alone for the cursor");
-    case RequestKind::ItemColours: return QStringLiteral("3 bytes: item, background, foreground");
+    case RequestKind::ItemColours:
+        return QStringLiteral("3 bytes: item, background, foreground");
     case RequestKind::UnitColour:
         return QStringLiteral("3 bytes: colour index of the unit text (see Unit texts), background, foreground");
-    case RequestKind::Float: return QStringLiteral("4 bytes: float");
-    case RequestKind::Date: return QStringLiteral("4 bytes: day, month, century, year within the century");
-    case RequestKind::Time: return QStringLiteral("3 bytes: hour, minute, second");
-    case RequestKind::Codec: return QStringLiteral("1 byte: 0 locale codec, 1 UTF-8, 2 UTF-16 (other values ignored)");
-    case RequestKind::VideoCounter: return QStringLiteral("4 bytes: hours, minutes, seconds, frames");
-    case RequestKind::Position: return QStringLiteral("2 bytes: x, y");
-    case RequestKind::Integer: return QStringLiteral("2 bytes: integer form");
-    case RequestKind::StartPosition: return QStringLiteral("24 bytes: three doubles x, y, z");
-    case RequestKind::StartOrientation: return QStringLiteral("8 bytes: two floats");
+    case RequestKind::Float:
+        return QStringLiteral("4 bytes: float");
+    case RequestKind::Date:
+        return QStringLiteral("4 bytes: day, month, century, year within the century");
+    case RequestKind::Time:
+        return QStringLiteral("3 bytes: hour, minute, second");
+    case RequestKind::Codec:
+        return QStringLiteral("1 byte: 0 locale codec, 1 UTF-8, 2 UTF-16 (other values ignored)");
+    case RequestKind::VideoCounter:
+        return QStringLiteral("4 bytes: hours, minutes, seconds, frames");
+    case RequestKind::Position:
+        return QStringLiteral("2 bytes: x, y");
+    case RequestKind::Integer:
+        return QStringLiteral("2 bytes: integer form");
+    case RequestKind::StartPosition:
+        return QStringLiteral("24 bytes: three doubles x, y, z");
+    case RequestKind::StartOrientation:
+        return QStringLiteral("8 bytes: two floats");
     case RequestKind::TempText:
-        return QStringLiteral("first line (1-based), duration, 1 unread byte, then up to five texts separated by zero bytes");
-    case RequestKind::Selector: return QStringLiteral("2 bytes: selector pair (1, 1 = camera module type)");
+        return QStringLiteral(
+            "first line (1-based), duration, 1 unread byte, then up to five texts separated by zero bytes");
+    case RequestKind::Selector:
+        return QStringLiteral("2 bytes: selector pair (1, 1 = camera module type)");
     }
     return {};
 }

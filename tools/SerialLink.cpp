@@ -4,7 +4,6 @@
 
 #include <QDeadlineTimer>
 
-
 namespace {
 using Protocol::ACK;
 using Protocol::NAK;
@@ -44,9 +43,9 @@ public:
     }
 
     // The PC's side answers nothing and types nothing.
-    void acknowledge() override {}
-    void refuse(const QByteArray&, int) override {}
-    void type_char(char) override {}
+    void acknowledge() override { }
+    void refuse(const QByteArray&, int) override { }
+    void type_char(char) override { }
 
 private:
     bool m_awaitReply;

@@ -33,8 +33,8 @@ QByteArray verb(unsigned char verb, unsigned char option)
 
 QByteArray comPortCommand(unsigned char subcommand, const QByteArray& value)
 {
-    return QByteArray(1, char(IAC)) + char(SB) + char(COM_PORT_OPTION) + char(subcommand)
-        + TelnetCodec::escape(value) + char(IAC) + char(SE);
+    return QByteArray(1, char(IAC)) + char(SB) + char(COM_PORT_OPTION) + char(subcommand) + TelnetCodec::escape(value)
+        + char(IAC) + char(SE);
 }
 } // namespace
 

@@ -21,9 +21,12 @@ bool TextCharset::parse(const QString& name, Selector* selector)
 QString TextCharset::describe(int selector)
 {
     switch (selector) {
-    case Locale: return QStringLiteral("the controller's locale codec (0)");
-    case Utf8: return QStringLiteral("UTF-8 (1)");
-    case Utf16: return QStringLiteral("UTF-16 (2)");
+    case Locale:
+        return QStringLiteral("the controller's locale codec (0)");
+    case Utf8:
+        return QStringLiteral("UTF-8 (1)");
+    case Utf16:
+        return QStringLiteral("UTF-16 (2)");
     }
     return QStringLiteral("unknown selector %1 (the controller treats it as its locale codec)").arg(selector);
 }
@@ -38,9 +41,12 @@ bool TextCharset::setLocaleCodec(const QString& name)
 QTextCodec* TextCharset::codec() const
 {
     switch (m_selector) {
-    case Utf8: return QTextCodec::codecForName("UTF-8");
-    case Utf16: return QTextCodec::codecForName("UTF-16");
-    case Locale: break;
+    case Utf8:
+        return QTextCodec::codecForName("UTF-8");
+    case Utf16:
+        return QTextCodec::codecForName("UTF-16");
+    case Locale:
+        break;
     }
     return m_localeCodec ? m_localeCodec : QTextCodec::codecForName("ISO-8859-15");
 }

@@ -34,11 +34,20 @@ int main(int argc, char* argv[])
         return CommandRunner::BadCommand;
     }
     switch (options.mode) {
-    case ClientOptions::Help: out << helpText(); return 0;
-    case ClientOptions::List: out << commandList(); return 0;
-    case ClientOptions::ListMarkdown: out << protocolReferenceMarkdown(); return 0;
-    case ClientOptions::ListPairs: out << commandPairs(); return 0;
-    case ClientOptions::Run: break;
+    case ClientOptions::Help:
+        out << helpText();
+        return 0;
+    case ClientOptions::List:
+        out << commandList();
+        return 0;
+    case ClientOptions::ListMarkdown:
+        out << protocolReferenceMarkdown();
+        return 0;
+    case ClientOptions::ListPairs:
+        out << commandPairs();
+        return 0;
+    case ClientOptions::Run:
+        break;
     }
 
     TextCharset charset;

@@ -34,8 +34,7 @@ bool bus_command_timed_out();
 void note_bus_error(const QDBusError& error);
 
 // Waits for a typed query; a failed or mistyped reply gives T().
-template <typename T>
-T waited(QDBusPendingReply<T> reply)
+template <typename T> T waited(QDBusPendingReply<T> reply)
 {
     if (bus_command_timed_out())
         return T();

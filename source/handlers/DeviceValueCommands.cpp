@@ -16,7 +16,7 @@ const unsigned char STATUS_UNKNOWN_SELECTOR = 1;
 
 // Analogue converter channel 0 carries the inclination; the others read 0.
 const unsigned char INCLINATION_CHANNEL = 0;
-}
+} // namespace
 
 RS232Handler::Reply RS232Handler::fh_get_device_data(RS232Handler& self, const RS232Message& request)
 {

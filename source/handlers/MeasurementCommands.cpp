@@ -33,7 +33,7 @@ QByteArray piece(const RS232Message& request, int offset, int size)
 {
     return request.data().mid(offset, size);
 }
-}
+} // namespace
 
 RS232Handler::Reply RS232Handler::fh_cmd_3d_measurement(RS232Handler& self, const RS232Message& request)
 {
@@ -70,7 +70,8 @@ RS232Handler::Reply RS232Handler::fh_set_3d_measurement_start_position(RS232Hand
     return no_reply();
 }
 
-RS232Handler::Reply RS232Handler::fh_set_3d_measurement_start_orientation(RS232Handler& self, const RS232Message& request)
+RS232Handler::Reply RS232Handler::fh_set_3d_measurement_start_orientation(RS232Handler& self,
+                                                                          const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_3d_measurement_start_orientation");
     // Floats on the line, doubles on the bus.

@@ -30,12 +30,15 @@ struct MeterCounter {
 
 // Counter 1 is read and set under 0x30, counter 2 under 0x36, counter 3 is
 // read under 0x3B and set under 0x3C (see the command table).
-const MeterCounter COUNTER_1 = { "RS232Handler::fh_get_metercounter_1", "RS232Handler::fh_get_metercounter_1 done.",
-                                 "RS232Handler::fh_set_metercounter_1", &CHolvardMeterCounterInterface::set_meter_counter };
-const MeterCounter COUNTER_2 = { "RS232Handler::fh_get_metercounter_2", "RS232Handler::fh_get_metercounter_2 done.",
-                                 "RS232Handler::fh_set_metercounter_2", &CHolvardMeterCounterInterface::set_meter_counter_sat };
-const MeterCounter COUNTER_3 = { "RS232Handler::fh_get_metercounter_3", "RS232Handler::fh_get_metercounter_3 done.",
-                                 "RS232Handler::fh_set_metercounter_3", &CHolvardMeterCounterInterface::set_meter_counter_abs };
+const MeterCounter COUNTER_1
+    = { "RS232Handler::fh_get_metercounter_1", "RS232Handler::fh_get_metercounter_1 done.",
+        "RS232Handler::fh_set_metercounter_1", &CHolvardMeterCounterInterface::set_meter_counter };
+const MeterCounter COUNTER_2
+    = { "RS232Handler::fh_get_metercounter_2", "RS232Handler::fh_get_metercounter_2 done.",
+        "RS232Handler::fh_set_metercounter_2", &CHolvardMeterCounterInterface::set_meter_counter_sat };
+const MeterCounter COUNTER_3
+    = { "RS232Handler::fh_get_metercounter_3", "RS232Handler::fh_get_metercounter_3 done.",
+        "RS232Handler::fh_set_metercounter_3", &CHolvardMeterCounterInterface::set_meter_counter_abs };
 
 // The same for every counter: the wheel is 200 (never converted to feet) and
 // the resolution 20, which the two-byte integer form sends as two zero bytes.
@@ -62,7 +65,7 @@ void forwardCounter(const RS232Message& request, const MeterCounter& counter, bo
     if (may_send())
         (meterCounters.*counter.set)(double(meters));
 }
-}
+} // namespace
 
 RS232Handler::Reply RS232Handler::fh_get_metercounter_1(RS232Handler& self, const RS232Message&)
 {

@@ -9,8 +9,8 @@
 // items 5 to 255 through, and the colour and state commands ignore them.
 #include "BusCall.h"
 #include "CEventLogger.h"
-#include "CommandCatalogue.h"
 #include "CQuorendVideoOverlayInterface.h"
+#include "CommandCatalogue.h"
 #include "OverlayColors.h"
 #include "RS232Handler.h"
 
@@ -25,7 +25,7 @@ bool statusTextId(unsigned char item, int* textId)
     *textId = STATUS_LINE_TEXT_IDS[item - 1];
     return true;
 }
-}
+} // namespace
 
 RS232Handler::Reply RS232Handler::fh_get_statusline(RS232Handler& self, const RS232Message& request)
 {

@@ -2,8 +2,8 @@
 // decides the character set of texts on the line and metres versus feet.
 #include "CEventLogger.h"
 #include "LocaleCodecs.h"
-#include "RS232.h"
 #include "QtCompat.h"
+#include "RS232.h"
 #include "RS232Handler.h"
 
 #include <QDateTime>
@@ -50,7 +50,7 @@ void runShell(const QString& command)
     const int status = std::system(command.toLatin1().constData());
     Q_UNUSED(status);
 }
-}
+} // namespace
 
 bool RS232Handler::locale_codec_selected() const
 {
@@ -88,13 +88,15 @@ RS232Handler::Reply RS232Handler::fh_get_softwareversion(RS232Handler& self, con
 {
     // A template that was never filled in; the PC gets it as it stands.
     const QByteArray text = self.encode_text(SOFTWARE_VERSION_TEXT);
-    return reply_with(text, "RS232Handler::fh_get_softwareversion: " + QString::fromLatin1(text), CEventLogger::LOG_LEVEL_DEBUG);
+    return reply_with(text, "RS232Handler::fh_get_softwareversion: " + QString::fromLatin1(text),
+                      CEventLogger::LOG_LEVEL_DEBUG);
 }
 
 RS232Handler::Reply RS232Handler::fh_get_softwareid(RS232Handler& self, const RS232Message&)
 {
     const QByteArray text = self.encode_text(SOFTWARE_ID_TEXT);
-    return reply_with(text, "RS232Handler::fh_get_softwareid: " + QString::fromLatin1(text), CEventLogger::LOG_LEVEL_DEBUG);
+    return reply_with(text, "RS232Handler::fh_get_softwareid: " + QString::fromLatin1(text),
+                      CEventLogger::LOG_LEVEL_DEBUG);
 }
 
 RS232Handler::Reply RS232Handler::fh_get_date_time(RS232Handler&, const RS232Message& request)
@@ -127,18 +129,20 @@ RS232Handler::Reply RS232Handler::fh_set_date_time(RS232Handler&, const RS232Mes
     QTime time = QTime::currentTime();
 
     if (request.get_command_id() == CMD_DATE) {
-        const QString text = datePiece(data, 2) + datePiece(data, 3) + "-" + datePiece(data, 1) + "-"
-                             + datePiece(data, 0);
+        const QString text
+            = datePiece(data, 2) + datePiece(data, 3) + "-" + datePiece(data, 1) + "-" + datePiece(data, 0);
         date = QDate::fromString(text, "yyyy-MM-dd");
         if (!date.isValid()) {
-            TVX_LOG(CEventLogger::LOG_LEVEL_ERROR, "RS232Handler::fh_set_date_time: invalid date \"" + text + "\" ignored");
+            TVX_LOG(CEventLogger::LOG_LEVEL_ERROR,
+                    "RS232Handler::fh_set_date_time: invalid date \"" + text + "\" ignored");
             return no_reply();
         }
     } else if (request.get_command_id() == CMD_TIME) {
         const QString text = datePiece(data, 0) + ":" + datePiece(data, 1) + ":" + datePiece(data, 2);
         time = QTime::fromString(text, "hh:mm:ss");
         if (!time.isValid()) {
-            TVX_LOG(CEventLogger::LOG_LEVEL_ERROR, "RS232Handler::fh_set_date_time: invalid time \"" + text + "\" ignored");
+            TVX_LOG(CEventLogger::LOG_LEVEL_ERROR,
+                    "RS232Handler::fh_set_date_time: invalid time \"" + text + "\" ignored");
             return no_reply();
         }
     }

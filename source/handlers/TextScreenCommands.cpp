@@ -78,7 +78,7 @@ const VisibilityRow* visibilityRow(unsigned char commandId)
     }
     return nullptr;
 }
-}
+} // namespace
 
 RS232Handler::Reply RS232Handler::fh_clear_screen(RS232Handler& self, const RS232Message&)
 {
@@ -173,7 +173,7 @@ RS232Handler::Reply RS232Handler::fh_start_temp_text(RS232Handler& self, const R
     for (int i = 0; i < TEMP_TEXT_COUNT; ++i) {
         const QString text = i < pieces.size() ? self.decode_text(pieces.at(i)) : QString();
         self.m_pVideoOverlay->draw_temp_text(text, TEMP_TEXT_FOREGROUND, TEMP_TEXT_BACKGROUND, TEMP_TEXT_COLUMN,
-                                              firstLine - 1 + i, duration);
+                                             firstLine - 1 + i, duration);
     }
     return no_reply();
 }

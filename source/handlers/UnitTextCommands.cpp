@@ -7,8 +7,8 @@
 // command id, the colour command by an index byte (UNIT_TEXTS).
 #include "BusCall.h"
 #include "CEventLogger.h"
-#include "CommandCatalogue.h"
 #include "CQuorendVideoOverlayInterface.h"
+#include "CommandCatalogue.h"
 #include "OverlayColors.h"
 #include "RS232Handler.h"
 
@@ -21,7 +21,7 @@ char positionByte(const QVariantList& position, int index)
 {
     return index < position.size() ? char(position.at(index).toInt()) : char(0);
 }
-}
+} // namespace
 
 RS232Handler::Reply RS232Handler::fh_get_unit_state(RS232Handler& self, const RS232Message& request)
 {

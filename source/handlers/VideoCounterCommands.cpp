@@ -44,7 +44,7 @@ const CounterCommand COUNTER_COMMANDS[] = {
     { 0x74, stopCounter },
     { 0x75, startCounterAgain },
 };
-}
+} // namespace
 
 RS232Handler::Reply RS232Handler::fh_cmd_videocounter(RS232Handler& self, const RS232Message& request)
 {

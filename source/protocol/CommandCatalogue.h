@@ -30,12 +30,12 @@ enum class RequestKind {
 
 // How a reply's data are put into words (ReplyDecoder.cpp).
 enum class ReplyKind {
-    Ack,             // no reply frame, only the acknowledgement
+    Ack, // no reply frame, only the acknowledgement
     Codec,
     DeviceData,
-    Metres,          // metres, or feet under a US locale
-    Float,           // a plain float
-    Integer,         // the two-byte integer form of the frame code
+    Metres,  // metres, or feet under a US locale
+    Float,   // a plain float
+    Integer, // the two-byte integer form of the frame code
     UnitState,
     Date,
     Time,
@@ -49,19 +49,28 @@ enum class ReplyKind {
 };
 
 // The command families, as the controller's handlers are grouped.
-enum class CommandFamily { System, TextScreen, StatusLine, UnitText, MeterCounter, DeviceValue, VideoCounter, Measurement };
+enum class CommandFamily {
+    System,
+    TextScreen,
+    StatusLine,
+    UnitText,
+    MeterCounter,
+    DeviceValue,
+    VideoCounter,
+    Measurement
+};
 
 // One (command id, group id) of the protocol under a readable name, with the
 // layout of its request and reply and the controller's handler for it.
 struct CatalogueEntry {
-    QString name;       // fixed words, e.g. "metercounter get 1"
+    QString name; // fixed words, e.g. "metercounter get 1"
     int command;
     int group;
-    QString arguments;  // what follows the name, e.g. "<line> <text>"
+    QString arguments; // what follows the name, e.g. "<line> <text>"
     RequestKind request;
     ReplyKind reply;
-    QString subject;    // what a reply is about, e.g. "meter counter 1"
-    QString effect;     // one sentence for the list and the reference
+    QString subject; // what a reply is about, e.g. "meter counter 1"
+    QString effect;  // one sentence for the list and the reference
     CommandFamily family;
     const char* handler; // the controller's handler, e.g. "fh_get_metercounter_1"
 };

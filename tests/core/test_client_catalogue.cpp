@@ -11,11 +11,11 @@ namespace {
 QByteArray clientOutput(const QString& option)
 {
     QProcess client;
-    client.start(QCoreApplication::applicationDirPath() + "/../tools/talvox-pc", {option});
+    client.start(QCoreApplication::applicationDirPath() + "/../tools/talvox-pc", { option });
     const bool ok = client.waitForFinished(10000) && client.exitStatus() == QProcess::NormalExit;
     return ok && client.exitCode() == 0 ? client.readAllStandardOutput() : QByteArray();
 }
-}
+} // namespace
 
 class TestClientCatalogue : public QObject
 {
@@ -44,8 +44,9 @@ private slots:
         QVERIFY2(file.open(QIODevice::ReadOnly), "docs/protocol.md is missing");
         const QByteArray generated = clientOutput("--list-markdown");
         QVERIFY2(!generated.isEmpty(), "talvox-pc --list-markdown failed: is talvox-pc built?");
-        QVERIFY2(file.readAll() == generated, "docs/protocol.md differs: regenerate it with "
-                                              "build/tools/talvox-pc --list-markdown > docs/protocol.md");
+        QVERIFY2(file.readAll() == generated,
+                 "docs/protocol.md differs: regenerate it with "
+                 "build/tools/talvox-pc --list-markdown > docs/protocol.md");
     }
 };
 

@@ -14,19 +14,25 @@
 namespace {
 const QString TRACE_HEADER = "# talvox line trace\n";
 
-QString clientPath() { return QCoreApplication::applicationDirPath() + "/../tools/talvox-pc"; }
+QString clientPath()
+{
+    return QCoreApplication::applicationDirPath() + "/../tools/talvox-pc";
+}
 
-struct Decoded { int exitCode; QString out, err; };
+struct Decoded {
+    int exitCode;
+    QString out, err;
+};
 
 Decoded decode(const QStringList& arguments)
 {
     QProcess client;
-    client.start(clientPath(), QStringList{"decode"} + arguments);
+    client.start(clientPath(), QStringList { "decode" } + arguments);
     const bool finished = client.waitForFinished(10000);
-    return {finished && client.exitStatus() == QProcess::NormalExit ? client.exitCode() : -1,
-            QString::fromUtf8(client.readAllStandardOutput()), QString::fromUtf8(client.readAllStandardError())};
+    return { finished && client.exitStatus() == QProcess::NormalExit ? client.exitCode() : -1,
+             QString::fromUtf8(client.readAllStandardOutput()), QString::fromUtf8(client.readAllStandardError()) };
 }
-}
+} // namespace
 
 class TestLineDecode : public QObject
 {
@@ -50,31 +56,37 @@ private slots:
         QTest::addColumn<QByteArray>("capture");
         QTest::addColumn<QString>("expected");
         QTest::newRow("typed, stray, frame, truncated at the end")
-            << QStringList{} << QByteArray::fromHex("616201070201010000030298020500014142")
+            << QStringList {} << QByteArray::fromHex("616201070201010000030298020500014142")
             << "PC   typed \"ab\"\nPC   bytes outside a frame: 01 07\nPC   codec get\n"
                "PC   truncated frame at the end of the capture (3 of 5 data bytes): 02 98 02 05 00 01 41 42\n";
         QTest::newRow("broken frames go on with the next byte")
-            << QStringList{} << QByteArray::fromHex("02050341020101000000")
+            << QStringList {} << QByteArray::fromHex("02050341020101000000")
             << "PC   broken frame (group id 3 is above 2; the controller answers NAK): 02 05 03\n"
                "PC   typed \"A\"\n"
-               "PC   broken frame (0x00 where the end byte 0x03 belongs; the controller answers NAK): 02 01 01 00 00 00\n";
+               "PC   broken frame (0x00 where the end byte 0x03 belongs; the controller answers NAK): 02 01 01 00 00 "
+               "00\n";
         QTest::newRow("values as talvox-pc takes them, unknown and id 0 frames")
-            << QStringList{"--raw"}
-            << QByteArray::fromHex("0240020400160B141A03" "0299020300010F0203" "02050001000703" "0200000000" "03")
+            << QStringList { "--raw" }
+            << QByteArray::fromHex("0240020400160B141A03"
+                                   "0299020300010F0203"
+                                   "02050001000703"
+                                   "0200000000"
+                                   "03")
             << "PC   date set 2026-11-22  [02 40 02 04 00 16 0B 14 1A 03]\n"
                "PC   statusline color 1 2 15  [02 99 02 03 00 01 0F 02 03]\n"
                "PC   frame 0x05/0, not in the command table, data 07  [02 05 00 01 00 07 03]\n"
                "PC   frame with command id 0, ignored by the controller, no data  [02 00 00 00 00 03]\n";
         QTest::newRow("controller: ACK, NAK, stray bytes, reply without its query")
-            << QStringList{"--from", "ctl"} << QByteArray::fromHex("0615410201010100010300")
+            << QStringList { "--from", "ctl" } << QByteArray::fromHex("0615410201010100010300")
             << "CTL  ACK\nCTL  NAK\nCTL  bytes outside a frame: 41\nCTL  reply: character set: UTF-8 (1)\n"
                "CTL  bytes outside a frame: 00\n";
         QTest::newRow("trace: texts follow codec set, replies read by their query")
-            << QStringList{}
-            << (TRACE_HEADER + "t1 pc 02 01 02 01 00 01 03\n"
-                               "t2 ctl 06\n"
-                               "t3 pc 02 90 01 01 00 02 03\n"
-                               "- ctl 06 02 90 01 05 00 02 47 C3 BC 74 03\n")
+            << QStringList {}
+            << (TRACE_HEADER
+                + "t1 pc 02 01 02 01 00 01 03\n"
+                  "t2 ctl 06\n"
+                  "t3 pc 02 90 01 01 00 02 03\n"
+                  "- ctl 06 02 90 01 05 00 02 47 C3 BC 74 03\n")
                    .toUtf8()
             << "t1  PC   codec set utf8\nt2  CTL  ACK\nt3  PC   statusline get 2\nCTL  ACK\n"
                "CTL  reply: status line item 2: \"Güt\"\n";
@@ -84,7 +96,7 @@ private slots:
     {
         QFETCH(QStringList, options);
         QFETCH(QByteArray, capture);
-        const Decoded result = decode(options + QStringList{file("capture", capture)});
+        const Decoded result = decode(options + QStringList { file("capture", capture) });
         QCOMPARE(result.err, QString());
         QFETCH(QString, expected);
         QCOMPARE(result.out, expected);
@@ -95,11 +107,16 @@ private slots:
     // queries in turn (only an item 1-4 is echoed in front of a status line text).
     void twoCaptures()
     {
-        const QString pc = file("pc", QByteArray::fromHex("02900101000703" "02900101000203"));
-        const QString ctl = file("ctl", QByteArray::fromHex("06029001030061626303" "060290010300024F4B03"));
-        const Decoded result = decode({pc, ctl});
-        QCOMPARE(result.out, QString("PC   statusline get 7\nPC   statusline get 2\nCTL  ACK\n"
-                                     "CTL  reply: overlay text 7: \"abc\"\nCTL  ACK\nCTL  reply: status line item 2: \"OK\"\n"));
+        const QString pc = file("pc",
+                                QByteArray::fromHex("02900101000703"
+                                                    "02900101000203"));
+        const QString ctl = file("ctl",
+                                 QByteArray::fromHex("06029001030061626303"
+                                                     "060290010300024F4B03"));
+        const Decoded result = decode({ pc, ctl });
+        QCOMPARE(result.out,
+                 QString("PC   statusline get 7\nPC   statusline get 2\nCTL  ACK\n"
+                         "CTL  reply: overlay text 7: \"abc\"\nCTL  ACK\nCTL  reply: status line item 2: \"OK\"\n"));
         QCOMPARE(result.exitCode, 0);
     }
 
@@ -108,18 +125,18 @@ private slots:
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<int>("exitCode");
         QTest::addColumn<QString>("message");
-        QTest::newRow("missing file") << QStringList{"no-such-file"} << 2 << "cannot read no-such-file";
-        QTest::newRow("three captures") << QStringList{"a", "b", "c"} << 1 << "at most two captures";
-        QTest::newRow("bad direction") << QStringList{"--from", "up"} << 1 << "--from takes pc";
-        QTest::newRow("follow without a line") << QStringList{"--follow"} << 1 << "--follow takes one line";
-        QTest::newRow("follow a missing device") << QStringList{"--follow", "/dev/no-such-tap"} << 2
-                                                  << "cannot open /dev/no-such-tap";
+        QTest::newRow("missing file") << QStringList { "no-such-file" } << 2 << "cannot read no-such-file";
+        QTest::newRow("three captures") << QStringList { "a", "b", "c" } << 1 << "at most two captures";
+        QTest::newRow("bad direction") << QStringList { "--from", "up" } << 1 << "--from takes pc";
+        QTest::newRow("follow without a line") << QStringList { "--follow" } << 1 << "--follow takes one line";
+        QTest::newRow("follow a missing device")
+            << QStringList { "--follow", "/dev/no-such-tap" } << 2 << "cannot open /dev/no-such-tap";
     }
 
     void badInput()
     {
         QFETCH(QStringList, arguments);
-        for (const char* name : {"a", "b", "c"})
+        for (const char* name : { "a", "b", "c" })
             file(name, "x");
         QDir::setCurrent(dir.path());
         const Decoded result = decode(arguments);
@@ -132,7 +149,7 @@ private slots:
     void malformedTraceLine()
     {
         const QString trace = file("bad.trace", (TRACE_HEADER + "t1 pc 02 FE 01 00 00 03\nt2 sideways 06\n").toUtf8());
-        const Decoded result = decode({trace});
+        const Decoded result = decode({ trace });
         QCOMPARE(result.exitCode, 1);
         QCOMPARE(result.out, QString("t1  PC   version\n"));
         QVERIFY2(result.err.contains(trace + ":3: not a trace line"), qPrintable(result.err));
@@ -143,33 +160,41 @@ private slots:
     {
         int master = -1, slave = -1;
         char name[128] = {};
-        termios raw{};
+        termios raw {};
         cfmakeraw(&raw);
         QVERIFY(openpty(&master, &slave, name, &raw, nullptr) == 0);
         // Only this process holds the master: closing it hangs the line up.
         fcntl(master, F_SETFD, FD_CLOEXEC);
         fcntl(slave, F_SETFD, FD_CLOEXEC);
         QProcess follower;
-        follower.start(clientPath(), {"decode", "--follow", "--from", "ctl", name});
+        follower.start(clientPath(), { "decode", "--follow", "--from", "ctl", name });
         QVERIFY(follower.waitForStarted());
         ::close(slave); // the follower holds its own
         QByteArray out;
         // The follower may open the line after the first write: repeat the ACK until it is seen.
         const auto seen = [&](const QByteArray& text) {
-            return QTest::qWaitFor([&] {
-                out += follower.readAllStandardOutput();
-                return out.contains(text);
-            }, 5000);
+            return QTest::qWaitFor(
+                [&] {
+                    out += follower.readAllStandardOutput();
+                    return out.contains(text);
+                },
+                5000);
         };
-        const auto send = [&](const QByteArray& bytes) { return ::write(master, bytes.constData(), size_t(bytes.size())) == bytes.size(); };
-        QVERIFY(QTest::qWaitFor([&] {
-            out += follower.readAllStandardOutput();
-            return out.contains("CTL  ACK") || !send("\x06");
-        }, 5000));
+        const auto send = [&](const QByteArray& bytes) {
+            return ::write(master, bytes.constData(), size_t(bytes.size())) == bytes.size();
+        };
+        QVERIFY(QTest::qWaitFor(
+            [&] {
+                out += follower.readAllStandardOutput();
+                return out.contains("CTL  ACK") || !send("\x06");
+            },
+            5000));
         QVERIFY2(out.contains("CTL  ACK"), out.constData());
         QVERIFY(send(QByteArray::fromHex("02010101000203")));
         QVERIFY2(seen("CTL  reply: character set: UTF-16 (2)\n"), out.constData());
-        QVERIFY(QRegularExpression("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}  CTL  ACK\n").match(out).hasMatch());
+        QVERIFY(QRegularExpression("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}  CTL  ACK\n")
+                    .match(out)
+                    .hasMatch());
         ::close(master);
         QVERIFY(follower.waitForFinished(5000));
         QCOMPARE(follower.exitCode(), 2);

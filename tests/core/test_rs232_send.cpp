@@ -23,7 +23,7 @@ private slots:
     {
         CEventLogger::initialize("talvox", CEventLogger::LOG_LEVEL_DEBUG);
         char name[64] = {};
-        termios raw{};
+        termios raw {};
         cfmakeraw(&raw);
         QCOMPARE(openpty(&master, &slave, name, &raw, nullptr), 0);
         fcntl(master, F_SETFL, O_NONBLOCK);
@@ -49,15 +49,17 @@ private slots:
         for (int i = 0; i < 255; ++i)
             full += char(i);
         const QByteArray wire = QByteArray::fromHex("02 98 01 ff 00") + full + '\x03';
-        QTest::newRow("255 data bytes") << 0x98 << full << wire << "]: RS232::send_raw_data: data:" + wire.toHex() + "\n";
+        QTest::newRow("255 data bytes") << 0x98 << full << wire
+                                        << "]: RS232::send_raw_data: data:" + wire.toHex() + "\n";
         const QByteArray spread = QByteArray::fromHex("02 98 01 ff 2d") + QByteArray(300, '\1') + '\x03';
         QTest::newRow("300 data bytes") << 0x98 << QByteArray(300, '\1') << spread
                                         << "]: RS232::send_raw_data: data:" + spread.toHex() + "\n";
         const QByteArray cut = QByteArray::fromHex("02 98 01 ff ff") + QByteArray(510, '\2') + '\x03';
         QTest::newRow("600 data bytes, cut") << 0x98 << QByteArray(600, '\2') << cut
                                              << QByteArray("]: RS232::send_message: reply of 600 bytes cut to 510\n");
-        QTest::newRow("command id 0 refused") << 0 << QByteArray(1, '\1') << QByteArray()
-                                              << QByteArray("]: RS232::send_message: RS232Message(0x0|0x1|0x1|0x0|0x1) is not valid\n");
+        QTest::newRow("command id 0 refused")
+            << 0 << QByteArray(1, '\1') << QByteArray()
+            << QByteArray("]: RS232::send_message: RS232Message(0x0|0x1|0x1|0x0|0x1) is not valid\n");
     }
 
     void sendMessage()
@@ -86,7 +88,7 @@ private slots:
 
         QByteArray line;
         char byte;
-        pollfd readable{master, POLLIN, 0};
+        pollfd readable { master, POLLIN, 0 };
         while (line.size() <= wire.size() && poll(&readable, 1, 2000) > 0 && read(master, &byte, 1) == 1)
             line += byte;
         QCOMPARE(line.toHex(' '), (wire + '\x06').toHex(' '));

@@ -6,10 +6,16 @@
 
 namespace {
 const quint8 ACTION = 0, QUERY = 1, SETTING = 2;
-QByteArray hex(const char* text) { return QByteArray::fromHex(text); }
-// A double as the simulator writes it into its call log.
-QString logged(double value) { return QString::number(value, 'g', QLocale::FloatingPointShortest); }
+QByteArray hex(const char* text)
+{
+    return QByteArray::fromHex(text);
 }
+// A double as the simulator writes it into its call log.
+QString logged(double value)
+{
+    return QString::number(value, 'g', QLocale::FloatingPointShortest);
+}
+} // namespace
 
 class TestDeviceValues : public QObject
 {
@@ -166,8 +172,8 @@ private slots:
         m_rig.setValue("crawler_pressure1", 3);
         m_rig.setValue("crawler_roll", 1.0);
         m_rig.sim("set_service_present", { "local.vemo.travend", false });
-        const QByteArray replies =
-            m_rig.query(0xC2, QUERY) + m_rig.query(0xC4, QUERY) + m_rig.query(0x11, QUERY, hex("0101"));
+        const QByteArray replies
+            = m_rig.query(0xC2, QUERY) + m_rig.query(0xC4, QUERY) + m_rig.query(0x11, QUERY, hex("0101"));
         m_rig.sim("set_service_present", { "local.vemo.travend", true });
         QCOMPARE(replies, hex("00000000 00000000 01010000"));
     }

@@ -8,8 +8,11 @@ namespace {
 const quint8 QUERY = 1, SETTING = 2;
 const char* const VERSION_TEXT = "Vemo <Name> GUI: V<x>.<y>.<z>-rc<w> in work";
 const char* const ID_TEXT = "Vemo QR KTL-interface: V1.12 - May 12 2020 - 11:44:29";
-QByteArray hex(const char* digits) { return QByteArray::fromHex(digits); }
+QByteArray hex(const char* digits)
+{
+    return QByteArray::fromHex(digits);
 }
+} // namespace
 
 class TestDispatchAndSystem : public QObject
 {
@@ -81,7 +84,8 @@ private slots:
     {
         const auto answersAt = [](const QDateTime& t) {
             return QString::asprintf("%02x%02x14%02x%02x%02x%02x00", t.date().day(), t.date().month(),
-                (t.date().year() + 48) % 256, t.time().hour(), t.time().minute(), t.time().second());
+                                     (t.date().year() + 48) % 256, t.time().hour(), t.time().minute(),
+                                     t.time().second());
         };
         const QDateTime before = QDateTime::currentDateTime();
         const QString answers = (rig.query(0x40, QUERY) + rig.query(0x50, QUERY)).toHex();

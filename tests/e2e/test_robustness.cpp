@@ -30,7 +30,7 @@ QByteArray noiseWithFrames(QRandomGenerator& random, int size)
     }
     return bytes;
 }
-}
+} // namespace
 
 class TestRobustness : public QObject
 {

@@ -5,8 +5,11 @@
 #include <QtTest>
 
 namespace {
-QByteArray hex(const char* text) { return QByteArray::fromHex(text); }
+QByteArray hex(const char* text)
+{
+    return QByteArray::fromHex(text);
 }
+} // namespace
 
 class TestSerialLink : public QObject
 {
@@ -113,7 +116,8 @@ private slots:
         for (int i = 0; i < frames; ++i)
             queries += TestRig::frame(0xFE, 1);
         rig.write(queries);
-        QVERIFY(rig.waitForLog("]: RS232::send_raw_data: the PC does not read the line, output is dropped until it does\n", 10000));
+        QVERIFY(rig.waitForLog(
+            "]: RS232::send_raw_data: the PC does not read the line, output is dropped until it does\n", 10000));
         QByteArray received;
         QVERIFY2(rig.sync(&received, 10000), qPrintable(rig.lastError()));
         QCOMPARE(rig.waitForExit(0), -1);

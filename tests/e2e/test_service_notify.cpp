@@ -18,7 +18,10 @@ namespace {
 // The watchdog interval the test asks for: the service pings every 100 ms.
 const int WATCHDOG_MS = 200;
 
-struct Notification { qint64 pid; QByteArray text; };
+struct Notification {
+    qint64 pid;
+    QByteArray text;
+};
 
 // A notification socket like systemd's: abstract (the service's private
 // /tmp cannot hide it), and the kernel names each sender's pid, so that
@@ -26,7 +29,11 @@ struct Notification { qint64 pid; QByteArray text; };
 class NotifySocket
 {
 public:
-    ~NotifySocket() { if (m_fd >= 0) ::close(m_fd); }
+    ~NotifySocket()
+    {
+        if (m_fd >= 0)
+            ::close(m_fd);
+    }
 
     // The value for NOTIFY_SOCKET, empty if the socket cannot be made.
     QByteArray open()
@@ -38,7 +45,9 @@ public:
         const int on = 1;
         m_fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
         if (m_fd < 0 || ::setsockopt(m_fd, SOL_SOCKET, SO_PASSCRED, &on, sizeof on) != 0
-            || ::bind(m_fd, reinterpret_cast<sockaddr*>(&address), socklen_t(offsetof(sockaddr_un, sun_path) + 1 + name.size())) != 0)
+            || ::bind(m_fd, reinterpret_cast<sockaddr*>(&address),
+                      socklen_t(offsetof(sockaddr_un, sun_path) + 1 + name.size()))
+                != 0)
             return {};
         return "@" + name;
     }
@@ -80,24 +89,26 @@ class ServiceNotifyTest : public QObject
 
     TestRig rig;
     NotifySocket socket;
-    qint64 servicePid = 0; // kept: the rig forgets it once the service has ended
+    qint64 servicePid = 0;         // kept: the rig forgets it once the service has ended
     QList<QByteArray> fromService; // what the service said, in order
-    QList<qint64> pingTimes; // when each WATCHDOG=1 arrived, ms
+    QList<qint64> pingTimes;       // when each WATCHDOG=1 arrived, ms
     QElapsedTimer clock;
 
     // Collects until `done` holds for what the service has said, or the time-out passes.
     bool collectUntil(const std::function<bool()>& done, int timeoutMs)
     {
-        return QTest::qWaitFor([&] {
-            for (const Notification& notification : socket.take()) {
-                if (notification.pid != servicePid)
-                    continue;
-                fromService.append(notification.text);
-                if (notification.text == "WATCHDOG=1")
-                    pingTimes.append(clock.elapsed());
-            }
-            return done();
-        }, timeoutMs);
+        return QTest::qWaitFor(
+            [&] {
+                for (const Notification& notification : socket.take()) {
+                    if (notification.pid != servicePid)
+                        continue;
+                    fromService.append(notification.text);
+                    if (notification.text == "WATCHDOG=1")
+                        pingTimes.append(clock.elapsed());
+                }
+                return done();
+            },
+            timeoutMs);
     }
     int count(const QByteArray& text) const { return int(fromService.count(text)); }
 

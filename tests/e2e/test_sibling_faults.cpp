@@ -11,7 +11,10 @@
 #include <memory>
 
 namespace {
-QByteArray byte(int value) { return QByteArray(1, char(value)); }
+QByteArray byte(int value)
+{
+    return QByteArray(1, char(value));
+}
 
 // Queries that wait on the overlay: the video counter (1 call) and a unit text's state (4 calls).
 const quint8 VIDEOCOUNTER_GET = 0x70;
@@ -20,7 +23,7 @@ const quint8 METERCOUNTER_GET = 0x30;
 const quint8 LINE = 0x98; // group 1 reads a line, group 2 writes it
 const quint8 CURSOR_SET = 0x62;
 const quint8 TEXT_WRITE = 0x95;
-}
+} // namespace
 
 class TestSiblingFaults : public QObject
 {
@@ -28,7 +31,11 @@ class TestSiblingFaults : public QObject
 
     std::unique_ptr<TestRig> rig; // a new one for each case
     // Typed bytes have no ACK: the barrier proves they were handled.
-    bool type(const QByteArray& text) { rig->write(text); return rig->sync(); }
+    bool type(const QByteArray& text)
+    {
+        rig->write(text);
+        return rig->sync();
+    }
     bool cursor(int column, int line) { return rig->send(CURSOR_SET, 2, byte(column) + byte(line)); }
     bool setLine(int line, const QByteArray& text) { return rig->send(LINE, 2, byte(line) + text); }
     QByteArray readLine(int line, int timeoutMs = 2000) { return rig->query(LINE, 1, byte(line), timeoutMs).mid(1); }

@@ -19,7 +19,7 @@ private slots:
     void earlyExits_data()
     {
         QTest::addColumn<QStringList>("args");
-        QTest::addColumn<QString>("heldLock"); // a lock file held by a live instance (this test)
+        QTest::addColumn<QString>("heldLock");  // a lock file held by a live instance (this test)
         QTest::addColumn<QString>("staleLock"); // a lock file left by an instance that died
         QTest::addColumn<int>("exitCode");
         QTest::addColumn<QByteArray>("logged");
@@ -27,26 +27,26 @@ private slots:
         QTest::addColumn<QString>("console"); // standard output without its colours
 
         QTest::newRow("default device's lock held, before any log line")
-            << QStringList{"-l", "7"} << "tvx-ttyUSB0.lock" << "" << 1 << QByteArray("another instance is running\n")
-            << QByteArray("start initialize RS232") << "";
-        QTest::newRow("stale lock: taken over") << QStringList{"-d", "xyz", "-l", "5"} << "" << "tvx-xyz.lock" << 8
-                                                << QByteArray("]: start initialize RS232\n") << QByteArray("another")
-                                                << "";
-        QTest::newRow("missing device") << QStringList{"-d", "xyz", "-l", "3"} << "" << "" << 8
-                                        << QByteArray("]: interface /dev/xyz doesn't exists!\n")
+            << QStringList { "-l", "7" } << "tvx-ttyUSB0.lock"
+            << "" << 1 << QByteArray("another instance is running\n") << QByteArray("start initialize RS232") << "";
+        QTest::newRow("stale lock: taken over")
+            << QStringList { "-d", "xyz", "-l", "5" } << ""
+            << "tvx-xyz.lock" << 8 << QByteArray("]: start initialize RS232\n") << QByteArray("another") << "";
+        QTest::newRow("missing device") << QStringList { "-d", "xyz", "-l", "3" } << ""
+                                        << "" << 8 << QByteArray("]: interface /dev/xyz doesn't exists!\n")
                                         << QByteArray("start initialize RS232") << "";
         QTest::newRow("device that is no serial port")
-            << QStringList{"-d", "null", "-l", "3"} << "" << "" << 2
-            << QByteArray("]: cannot open /dev/null: ") << QByteArray("result: OK") << "";
+            << QStringList { "-d", "null", "-l", "3" } << ""
+            << "" << 2 << QByteArray("]: cannot open /dev/null: ") << QByteArray("result: OK") << "";
         QTest::newRow("last -d wins, plain arguments ignored")
-            << QStringList{"plain", "-d", "abc", "other", "-d", "xyz", "-l", "5"} << "" << "" << 8
-            << QByteArray("]: start initialize RS232\n") << QByteArray("/dev/abc") << "";
+            << QStringList { "plain", "-d", "abc", "other", "-d", "xyz", "-l", "5" } << ""
+            << "" << 8 << QByteArray("]: start initialize RS232\n") << QByteArray("/dev/abc") << "";
         // The slashes go into the lock file's name, whose directory does not exist.
         const QString file = "Filename: /tmp/tvx-/dev/ttyS1.lock";
-        QTest::newRow("device as a path") << QStringList{"-d", "/dev/ttyS1", "-l", "7"} << "" << "" << 1
-                                          << QByteArray("error on .lock-file creation\n") << QByteArray("]:")
-                                          << "<talvox.cpp          > [?] (lock_start                ): "
-                                                 + file.leftJustified(74, '.') + "------\n";
+        QTest::newRow("device as a path")
+            << QStringList { "-d", "/dev/ttyS1", "-l", "7" } << ""
+            << "" << 1 << QByteArray("error on .lock-file creation\n") << QByteArray("]:")
+            << "<talvox.cpp          > [?] (lock_start                ): " + file.leftJustified(74, '.') + "------\n";
     }
 
     void earlyExits()
@@ -70,7 +70,7 @@ private slots:
         QVERIFY(heldLock.isEmpty() || flock(lock.handle(), LOCK_EX | LOCK_NB) == 0);
 
         QProcess talvox;
-        talvox.start("sh", QStringList{QFINDTESTDATA("../../sim-env/run-isolated"), dir, TALVOX_BINARY} + args);
+        talvox.start("sh", QStringList { QFINDTESTDATA("../../sim-env/run-isolated"), dir, TALVOX_BINARY } + args);
         QVERIFY(talvox.waitForFinished(10000));
         QTEST(talvox.exitCode(), "exitCode");
         const QByteArray err = talvox.readAllStandardError();
@@ -79,7 +79,8 @@ private slots:
         QTEST(QString(out).remove(QRegularExpression("\x1b\\[[0-9;]*m")), "console");
 
         // Exit 1 leaves another instance's lock as it was; other exits remove their own.
-        QCOMPARE(QDir(dir + "/tmp").entryList(QDir::Files), heldLock.isEmpty() ? QStringList() : QStringList{heldLock});
+        QCOMPARE(QDir(dir + "/tmp").entryList(QDir::Files),
+                 heldLock.isEmpty() ? QStringList() : QStringList { heldLock });
         QVERIFY(heldLock.isEmpty() || (lock.seek(0) && lock.readAll() == "held by pid 4711"));
     }
 
@@ -122,7 +123,7 @@ private slots:
     void badBaudRateIsAccepted()
     {
         TestRig rig;
-        TALVOX_RIG_START(rig, RigOptions{QString(), 0, 0, {"-b", "fast"}});
+        TALVOX_RIG_START(rig, RigOptions { QString(), 0, 0, { "-b", "fast" } });
         QVERIFY(rig.send(0x05, 1));
     }
 };

@@ -12,8 +12,14 @@ const QString PRIVET = QString::fromUtf8("Привет");
 const QByteArray PRIVET_ISO5 = QByteArray::fromHex("bfe0d8d2d5e2");
 enum Selector { LOCALE_CODEC = 0, UTF8 = 1, UTF16 = 2 };
 
-QByteArray byte(int value) { return QByteArray(1, char(value)); }
-QByteArray hex(const char* digits) { return QByteArray::fromHex(digits); }
+QByteArray byte(int value)
+{
+    return QByteArray(1, char(value));
+}
+QByteArray hex(const char* digits)
+{
+    return QByteArray::fromHex(digits);
+}
 
 // Expected calls with %1, %2, ... standing for the given handles.
 QStringList withHandles(QStringList calls, const QList<int>& handles)
@@ -23,7 +29,7 @@ QStringList withHandles(QStringList calls, const QList<int>& handles)
             call.replace(QString("%%1").arg(i + 1), QString::number(handles.at(i)));
     return calls;
 }
-}
+} // namespace
 
 class TestTextScreen : public QObject
 {
@@ -34,7 +40,11 @@ class TestTextScreen : public QObject
     // Typed bytes have no ACK, commands are ACKed before they run: reading fixed line 1 waits for both.
     bool awaitOverlay() { return !rig.query(0x98, 1, hex("02")).isEmpty(); }
     bool command(int id, int group, QByteArray data = {}) { return rig.send(id, group, data) && awaitOverlay(); }
-    bool type(const QByteArray& text) { rig.write(text); return awaitOverlay(); }
+    bool type(const QByteArray& text)
+    {
+        rig.write(text);
+        return awaitOverlay();
+    }
     bool setSelector(int selector) { return command(0x01, 2, byte(selector)); }
     bool cursor(int column, int line) { return command(0x62, 2, byte(column) + byte(line)); }
     bool setLine(int line, const QByteArray& text = {}) { return command(0x98, 2, byte(line) + text); }
@@ -47,7 +57,9 @@ class TestTextScreen : public QObject
         action();
         QString calls = awaitOverlay() ? rig.calls().join('\n') + '\n' : "no barrier: " + rig.lastError();
         // The fixed text's handle is asked for only on its first use.
-        return calls.remove("get_text_handle_by_id(93)\n").remove("get_text_string(1093)\n").split('\n', Qt::SkipEmptyParts);
+        return calls.remove("get_text_handle_by_id(93)\n")
+            .remove("get_text_string(1093)\n")
+            .split('\n', Qt::SkipEmptyParts);
     }
     // Handles of the created texts on a 0-based line, in creation order.
     QList<int> textsOn(int line) { return qdbus_cast<QList<int>>(rig.sim("texts_on_line", { line }).value(0)); }
@@ -79,10 +91,11 @@ private slots:
     void runIsOneTextAndOverwritingStartsAnother()
     {
         const QStringList calls = callsOf([&] { QVERIFY(type("AB")); });
-        QCOMPARE(calls, withHandles({ "create_text()", "set_text_position(%1, 0, 3)", "set_text_colors(%1, 1, 13)",
-                                      "show_text(%1)", "get_text_string(%1)", "set_text_string(%1, \"A\")",
-                                      "get_text_position(%1)", "get_text_string(%1)", "set_text_string(%1, \"AB\")" },
-                                    textsOn(3)));
+        QCOMPARE(calls,
+                 withHandles({ "create_text()", "set_text_position(%1, 0, 3)", "set_text_colors(%1, 1, 13)",
+                               "show_text(%1)", "get_text_string(%1)", "set_text_string(%1, \"A\")",
+                               "get_text_position(%1)", "get_text_string(%1)", "set_text_string(%1, \"AB\")" },
+                             textsOn(3)));
         QVERIFY(cursor(0, 3) && type("C"));
         QCOMPARE(lineTexts(3), QString("AB at 0, 1 on 13; C at 0, 1 on 13"));
         QCOMPARE(readLine(4), QByteArray("CAB")); // most recent first
@@ -94,8 +107,10 @@ private slots:
         QCOMPARE(readLine(6), QByteArray("cdab")); // gaps not filled, texts not sorted by column
         QVERIFY(cursor(2, 5)); // "ab" ends at column 2: "x" there continues it, past the more recent "cd"
         const QStringList calls = callsOf([&] { QVERIFY(type("x")); });
-        QCOMPARE(calls, withHandles({ "get_text_position(%2)", "get_text_position(%1)", "get_text_string(%1)",
-                                      "set_text_string(%1, \"abx\")" }, textsOn(5)));
+        QCOMPARE(calls,
+                 withHandles({ "get_text_position(%2)", "get_text_position(%1)", "get_text_string(%1)",
+                               "set_text_string(%1, \"abx\")" },
+                             textsOn(5)));
     }
 
     // Advancing wraps after column 39 and past the last line to line 3; a written text runs past the edge.
@@ -105,7 +120,6 @@ private slots:
         const QString texts = QStringList({ lineTexts(14), lineTexts(3), lineTexts(6), lineTexts(7) }).join(" | ");
         QCOMPARE(texts, QString("XY at 38, 1 on 13 | ZW at 0, 1 on 13 | HelloWorld at 35, 1 on 13 | ! at 5, 1 on 13"));
     }
-
 
     void lineRoundTrip_data()
     {
@@ -144,9 +158,10 @@ private slots:
     {
         const QStringList calls = callsOf([&] { QVERIFY(setLine(9, "Hi")); });
         const QList<int> texts = textsOn(8);
-        QCOMPARE(calls, withHandles({ "create_text()", "set_text_position(%1, 0, 8)", "set_text_colors(%1, 1, 13)",
-                                      "set_text_string(%1, \"Hi\")", "show_text(%1)", "set_text_string(%1, \"Hi\")" },
-                                    texts));
+        QCOMPARE(calls,
+                 withHandles({ "create_text()", "set_text_position(%1, 0, 8)", "set_text_colors(%1, 1, 13)",
+                               "set_text_string(%1, \"Hi\")", "show_text(%1)", "set_text_string(%1, \"Hi\")" },
+                             texts));
         // A single text at column 0 only gets the new string.
         QCOMPARE(callsOf([&] { QVERIFY(setLine(9, "Yo")); }),
                  withHandles({ "get_text_colors(%1)", "get_text_position(%1)", "set_text_string(%1, \"Yo\")" }, texts));
@@ -205,9 +220,12 @@ private slots:
         QTest::addColumn<QByteArray>("data");
         QTest::addColumn<QString>("onCursorLine"); // the colours of the texts on line 3 afterwards
         QTest::addColumn<QString>("later");        // a text created afterwards
-        QTest::newRow("cursor") << hex("03") << "15 on 1" << "c at 0, 15 on 1";
-        QTest::newRow("line 4") << hex("040155") << "1 on 15" << "c at 0, 1 on 13";
-        QTest::newRow("no data") << QByteArray() << "1 on 13" << "c at 0, 1 on 13";
+        QTest::newRow("cursor") << hex("03") << "15 on 1"
+                                << "c at 0, 15 on 1";
+        QTest::newRow("line 4") << hex("040155") << "1 on 15"
+                                << "c at 0, 1 on 13";
+        QTest::newRow("no data") << QByteArray() << "1 on 13"
+                                 << "c at 0, 1 on 13";
     }
     void colours()
     {
@@ -238,8 +256,8 @@ private slots:
             return calls;
         };
         QTest::newRow("first line 0 draws at -1, byte 2 unread") << hex("00037f") + "x" << draw({ "x" }, -1, 3);
-        QTest::newRow("locale codec, beyond the fifth ignored") << hex("02ff00b6") + QByteArray("\0b\0c\0d\0e\0f", 10)
-                                                                << draw({ "Ж", "b", "c", "d", "e" }, 1, 255);
+        QTest::newRow("locale codec, beyond the fifth ignored")
+            << hex("02ff00b6") + QByteArray("\0b\0c\0d\0e\0f", 10) << draw({ "Ж", "b", "c", "d", "e" }, 1, 255);
         QTest::newRow("no data") << QByteArray() << draw({}, -1, 0);
     }
     void tempTexts()

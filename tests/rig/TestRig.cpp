@@ -14,10 +14,10 @@
 #include <QTest>
 
 #include <cerrno>
-#include <functional>
-#include <cstring>
 #include <csignal>
+#include <cstring>
 #include <fcntl.h>
+#include <functional>
 #include <poll.h>
 #include <pty.h>
 #include <sys/prctl.h>
@@ -38,7 +38,10 @@ QString readText(const QString& path)
     return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
 }
 
-QString tail(const QString& text) { return text.right(1500); }
+QString tail(const QString& text)
+{
+    return text.right(1500);
+}
 
 // A child that dies with the test program, also on a crash or a time-out kill. The death signal
 // survives exec, so it reaches talvox behind run-isolated too.
@@ -110,10 +113,11 @@ bool TestRig::startService()
     // A later start appends to the log: it is ready once the log shows it again.
     const int logStart = serviceLog().size();
     // run-isolated execs into unshare, sh and then talvox: one process id.
-    m_service = spawn("talvox.log",
-                      QStringList { "sh", TALVOX_SIM_ENV_DIR "/run-isolated", m_dir, TALVOX_BIN, "-d", m_device, "-l",
-                                    "7" } + m_options.extraArgs,
-                      m_options.environment);
+    m_service
+        = spawn("talvox.log",
+                QStringList { "sh", TALVOX_SIM_ENV_DIR "/run-isolated", m_dir, TALVOX_BIN, "-d", m_device, "-l", "7" }
+                    + m_options.extraArgs,
+                m_options.environment);
     return cameUp(*m_service, [&] { return serviceLog().indexOf(READY_LINE, logStart) >= 0; })
         || fail(QString("talvox did not get ready (exit code %1): %2").arg(waitForExit(0)).arg(tail(serviceLog())));
 }
@@ -196,8 +200,8 @@ bool TestRig::startBus()
 
     m_bus = std::make_unique<ChildProcess>();
     m_bus->setStandardErrorFile(m_dir + "/bus.log");
-    m_bus->start("dbus-daemon", { "--config-file=" + config.fileName(), "--nofork", "--nopidfile", "--nosyslog",
-                                  "--print-address" });
+    m_bus->start("dbus-daemon",
+                 { "--config-file=" + config.fileName(), "--nofork", "--nopidfile", "--nosyslog", "--print-address" });
     // The daemon prints its address once it listens.
     while (!m_bus->canReadLine()) {
         if (!m_bus->waitForReadyRead(START_TIMEOUT_MS))
@@ -310,7 +314,7 @@ int probeAnswerAt(const QByteArray& bytes, quint8 command)
     }
     return -1;
 }
-}
+} // namespace
 
 bool TestRig::sync(QByteArray* before, int timeoutMs)
 {
@@ -376,7 +380,11 @@ QByteArray TestRig::query(quint8 command, quint8 group, const QByteArray& data, 
 {
     const std::optional<RigReply> reply = send(command, group, data) ? readReply(timeoutMs) : std::nullopt;
     if (reply && (reply->command != command || reply->group != group))
-        fail(QString("expected a reply %1/%2, got %3/%4").arg(command, 0, 16).arg(group).arg(reply->command, 0, 16).arg(reply->group));
+        fail(QString("expected a reply %1/%2, got %3/%4")
+                 .arg(command, 0, 16)
+                 .arg(group)
+                 .arg(reply->command, 0, 16)
+                 .arg(reply->group));
     return reply && reply->command == command && reply->group == group ? reply->data : QByteArray();
 }
 
@@ -402,7 +410,10 @@ void TestRig::setValue(const QString& name, const QVariant& value)
     sim("set_value", { name, QVariant::fromValue(QDBusVariant(value)) });
 }
 
-QString TestRig::serviceLog() const { return readText(m_dir + "/talvox.log"); }
+QString TestRig::serviceLog() const
+{
+    return readText(m_dir + "/talvox.log");
+}
 
 bool TestRig::waitForLog(const QString& text, int timeoutMs)
 {
@@ -410,7 +421,10 @@ bool TestRig::waitForLog(const QString& text, int timeoutMs)
         || fail("\"" + text + "\" not in the log: " + tail(serviceLog()));
 }
 
-QStringList TestRig::standinCalls() const { return readText(m_dir + "/standin.log").split('\n', Qt::SkipEmptyParts); }
+QStringList TestRig::standinCalls() const
+{
+    return readText(m_dir + "/standin.log").split('\n', Qt::SkipEmptyParts);
+}
 
 qint64 TestRig::serviceProcValue(const QString& file, const QString& key) const
 {

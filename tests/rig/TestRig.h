@@ -22,7 +22,11 @@ struct RigOptions {
     bool lateSimulator = false;
 };
 // One frame as the service sent it.
-struct RigReply { quint8 command = 0; quint8 group = 0; QByteArray data; };
+struct RigReply {
+    quint8 command = 0;
+    quint8 group = 0;
+    QByteArray data;
+};
 
 // The end-to-end rig: a private system bus with the simulator of the sibling
 // services, and the real talvox on a pty whose PC end is the rig's, in a
@@ -127,13 +131,13 @@ private:
 };
 
 // Starts the rig in a QtTest function: skips where the machine cannot host it, fails otherwise.
-#define TALVOX_RIG_START(rig, ...)                                                                  \
-    do {                                                                                           \
-        if (!(rig).start(__VA_ARGS__)) {                                                           \
-            if ((rig).unsupported())                                                               \
-                QSKIP(qPrintable("end-to-end rig unavailable: " + (rig).lastError()));             \
-            QFAIL(qPrintable("end-to-end rig did not start: " + (rig).lastError()));               \
-        }                                                                                          \
+#define TALVOX_RIG_START(rig, ...)                                                                                     \
+    do {                                                                                                               \
+        if (!(rig).start(__VA_ARGS__)) {                                                                               \
+            if ((rig).unsupported())                                                                                   \
+                QSKIP(qPrintable("end-to-end rig unavailable: " + (rig).lastError()));                                 \
+            QFAIL(qPrintable("end-to-end rig did not start: " + (rig).lastError()));                                   \
+        }                                                                                                              \
     } while (false)
 
 #endif

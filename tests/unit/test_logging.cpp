@@ -15,7 +15,10 @@
 // around: LeakSanitizer (sanitizer build) would count those as leaks and change the exit code. Only that child
 // turns it off.
 static bool s_bExitingChild = false;
-extern "C" int __lsan_is_turned_off() { return s_bExitingChild; }
+extern "C" int __lsan_is_turned_off()
+{
+    return s_bExitingChild;
+}
 
 using Streamer = std::function<void(CLog&)>;
 using Action = std::function<void()>;
@@ -45,12 +48,15 @@ B line(const B& file, const B& function, const B& text, const B& status = "\x1b[
 {
     const B dark = "\x1b[1;30m", white = "\x1b[0;37m";
     return dark + white + "<" + dark + file.leftJustified(20) + white + "> [" + dark + "?" + white + "] (" + dark
-         + function.leftJustified(26) + white + "): " + white + "\x1b[1;37m" + text.leftJustified(74, '.') + white
-         + status + white + end;
+        + function.leftJustified(26) + white + "): " + white + "\x1b[1;37m" + text.leftJustified(74, '.') + white
+        + status + white + end;
 }
 
-B syslogLine(const char* text) { return "talvox[" + B::number(getpid()) + "]: " + text + "\n"; }
+B syslogLine(const char* text)
+{
+    return "talvox[" + B::number(getpid()) + "]: " + text + "\n";
 }
+} // namespace
 
 class TestLogging : public QObject
 {
@@ -64,31 +70,35 @@ private slots:
         QTest::addColumn<Action>("log");
         QTest::addColumn<B>("expected");
         const auto made = [](const char* path, const char* function, Streamer stream) {
-            return Action([=] { CLog log(path, 12, function); stream(log); });
+            return Action([=] {
+                CLog log(path, 12, function);
+                stream(log);
+            });
         };
         const auto inF = [&](Streamer stream) { return made("a.cpp", "f", stream); };
         const auto valued = [&](int v) { return inF([=](CLog& l) { l << "x" << CLog::ELogValuation(v) << "y"; }); };
         const Streamer t = [](CLog& l) { l << "t"; };
 
-        QTest::newRow("literal line") << made("/work/source/talvox.cpp", "void lock_start()", [](CLog& l) {
-            l << "Filename: " << std::string("/tmp/x");
-        }) << B("\x1b[1;30m\x1b[0;37m<\x1b[1;30mtalvox.cpp          \x1b[0;37m> [\x1b[1;30m?\x1b[0;37m] (\x1b[1;30m"
-                "lock_start                \x1b[0;37m): \x1b[0;37m\x1b[1;37mFilename: /tmp/x"
-                "..........................................................\x1b[0;37m\x1b[0;34m------\x1b[0;37m\n");
-        QTest::newRow("file of 21 keeps the last 20") << made("x/abcdefghijklmnopqrstu", "main", t)
-                                                      << line("bcdefghijklmnopqrstu", "main", "t");
-        QTest::newRow("only the first word goes") << made("a.cpp", "static int R::init(bool)", t)
-                                                  << line("a.cpp", "int R::init", "t");
-        QTest::newRow("numbers are not formatted") << inF([](CLog& l) { l << "n=" << 5 << 2.5; })
-                                                   << line("a.cpp", "f", "n=??????");
-        QTest::newRow("bools with spaces") << inF([](CLog& l) { l << "x" << true << false << "y"; })
-                                           << line("a.cpp", "f", "x true  false y");
+        QTest::newRow("literal line")
+            << made("/work/source/talvox.cpp", "void lock_start()",
+                    [](CLog& l) { l << "Filename: " << std::string("/tmp/x"); })
+            << B("\x1b[1;30m\x1b[0;37m<\x1b[1;30mtalvox.cpp          \x1b[0;37m> [\x1b[1;30m?\x1b[0;37m] (\x1b[1;30m"
+                 "lock_start                \x1b[0;37m): \x1b[0;37m\x1b[1;37mFilename: /tmp/x"
+                 "..........................................................\x1b[0;37m\x1b[0;34m------\x1b[0;37m\n");
+        QTest::newRow("file of 21 keeps the last 20")
+            << made("x/abcdefghijklmnopqrstu", "main", t) << line("bcdefghijklmnopqrstu", "main", "t");
+        QTest::newRow("only the first word goes")
+            << made("a.cpp", "static int R::init(bool)", t) << line("a.cpp", "int R::init", "t");
+        QTest::newRow("numbers are not formatted")
+            << inF([](CLog& l) { l << "n=" << 5 << 2.5; }) << line("a.cpp", "f", "n=??????");
+        QTest::newRow("bools with spaces")
+            << inF([](CLog& l) { l << "x" << true << false << "y"; }) << line("a.cpp", "f", "x true  false y");
         QTest::newRow("cut to 74") << inF([](CLog& l) { l << std::string(74, 'a') << "bcd"; })
                                    << line("a.cpp", "f", B(74, 'a'));
         QTest::newRow("2 warn") << valued(2) << line("a.cpp", "f", "xy", "\x1b[0;31m  Warn");
         QTest::newRow("7 passed") << valued(7) << line("a.cpp", "f", "xy", "\x1b[0;32mPassed");
-        QTest::newRow("5 throws the text after the status word") << valued(5)
-            << line("a.cpp", "f", "xy", "\x1b[0;31mTError", "") + "\nthrown: xy";
+        QTest::newRow("5 throws the text after the status word")
+            << valued(5) << line("a.cpp", "f", "xy", "\x1b[0;31mTError", "") + "\nthrown: xy";
     }
 
     void consoleLine()
@@ -132,8 +142,10 @@ private slots:
         const auto at = [](int level) { return Action([=] { CEventLogger::logMessage(level, "at 100%s"); }); };
         QTest::newRow("3 passes 3") << 3 << at(3) << syslogLine("at 100%s");
         QTest::newRow("3 drops 4") << 3 << at(4) << B();
-        QTest::newRow("Qt messages at 7") << 7 << Action([] { qWarning("x"); qCritical("y %d", 2); })
-                                          << syslogLine("x") + syslogLine("y 2");
+        QTest::newRow("Qt messages at 7") << 7 << Action([] {
+            qWarning("x");
+            qCritical("y %d", 2);
+        }) << syslogLine("x") + syslogLine("y 2");
         QTest::newRow("Qt messages dropped at 6") << 6 << Action([] { qCritical("x"); }) << B();
     }
 

@@ -9,7 +9,10 @@
 #include <cstring>
 
 namespace {
-QByteArray hex(const char* text) { return QByteArray::fromHex(text); }
+QByteArray hex(const char* text)
+{
+    return QByteArray::fromHex(text);
+}
 
 QByteArray bigEndian(quint64 bits, int count)
 {
@@ -25,7 +28,7 @@ template <typename To, typename From> To bitCast(From from)
     std::memcpy(&to, &from, sizeof to);
     return to;
 }
-}
+} // namespace
 
 class TestMessage : public QObject
 {

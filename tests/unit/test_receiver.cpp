@@ -5,7 +5,10 @@
 #include <QtTest>
 
 namespace {
-QByteArray hex(const char* text) { return QByteArray::fromHex(text); }
+QByteArray hex(const char* text)
+{
+    return QByteArray::fromHex(text);
+}
 
 // One entry per event: "ack", "frame <text>", "invalid", "char 0x<c>", "NAK at i".
 class TraceSink : public RS232ReceiverSink
@@ -34,7 +37,7 @@ QList<QByteArray> oneBytePerChunk(const QByteArray& bytes)
         chunks << QByteArray(1, byte);
     return chunks;
 }
-}
+} // namespace
 
 class TestReceiver : public QObject
 {
@@ -47,19 +50,20 @@ private slots:
         QTest::addColumn<QList<QByteArray>>("chunks");
         QTest::addColumn<QStringList>("trace");
         const auto row = [](const char* name, const char* bytes, const QStringList& trace) {
-            QTest::newRow(name) << QList<QByteArray>{hex(bytes)} << trace;
+            QTest::newRow(name) << QList<QByteArray> { hex(bytes) } << trace;
             if (trace.filter("NAK").isEmpty())
                 QTest::addRow("%s, byte by byte", name) << oneBytePerChunk(hex(bytes)) << trace;
         };
-        row("sum length 1+1", "02 05 01 01 01 aa bb 03", {"ack", "frame 0x5|0x1|0x1|0x1|0xaa|0xbb"});
-        row("group 0, ETX as command id", "02 03 00 00 00 03", {"ack", "frame 0x3|0x0|0x0|0x0|"});
-        row("group 3 refused, the rest of the chunk lost", "02 05 03 00 00 03 02 06 01 00 00 03 41", {"NAK at 2"});
-        row("command id 0 swallowed", "02 00 01 00 00 03 02 06 01 00 00 03", {"invalid", "ack", "frame 0x6|0x1|0x0|0x0|"});
+        row("sum length 1+1", "02 05 01 01 01 aa bb 03", { "ack", "frame 0x5|0x1|0x1|0x1|0xaa|0xbb" });
+        row("group 0, ETX as command id", "02 03 00 00 00 03", { "ack", "frame 0x3|0x0|0x0|0x0|" });
+        row("group 3 refused, the rest of the chunk lost", "02 05 03 00 00 03 02 06 01 00 00 03 41", { "NAK at 2" });
+        row("command id 0 swallowed", "02 00 01 00 00 03 02 06 01 00 00 03",
+            { "invalid", "ack", "frame 0x6|0x1|0x0|0x0|" });
         row("typed text around a frame, high bytes too", "41 02 05 01 00 00 03 7f ff",
-            {"char 0x41", "ack", "frame 0x5|0x1|0x0|0x0|", "char 0x7f", "char 0xff"});
+            { "char 0x41", "ack", "frame 0x5|0x1|0x0|0x0|", "char 0x7f", "char 0xff" });
         row("control bytes ignored, ACK and NAK too", "0d 0a 00 01 03 04 06 15 1f", {});
         row("printable bytes inside a frame are data", "02 41 01 02 00 48 69 03",
-            {"ack", "frame 0x41|0x1|0x2|0x0|0x48|0x69"});
+            { "ack", "frame 0x41|0x1|0x2|0x0|0x48|0x69" });
     }
 
     void cases()
@@ -76,10 +80,10 @@ private slots:
     {
         const QByteArray bytes = hex("02 05 01 03 00 aa bb cc 04 02 06 01 00 00 03");
         RS232Receiver receiver;
-        QCOMPARE(feed(receiver, {bytes}), QStringList{"NAK at 8"});
-        QCOMPARE(feed(receiver, {hex("0206010100dd03")}), (QStringList{"ack", "frame 0x6|0x1|0x1|0x0|0xdd"}));
-        QCOMPARE(feed(receiver, oneBytePerChunk(bytes)), (QStringList{"NAK at 0", "ack", "frame 0x6|0x1|0x0|0x0|"}));
-        QCOMPARE(feed(receiver, {hex("0205010000"), hex("41020501000003")}), QStringList{"NAK at 0"});
+        QCOMPARE(feed(receiver, { bytes }), QStringList { "NAK at 8" });
+        QCOMPARE(feed(receiver, { hex("0206010100dd03") }), (QStringList { "ack", "frame 0x6|0x1|0x1|0x0|0xdd" }));
+        QCOMPARE(feed(receiver, oneBytePerChunk(bytes)), (QStringList { "NAK at 0", "ack", "frame 0x6|0x1|0x0|0x0|" }));
+        QCOMPARE(feed(receiver, { hex("0205010000"), hex("41020501000003") }), QStringList { "NAK at 0" });
     }
 };
 

@@ -43,8 +43,7 @@ B received(int fd)
 }
 
 // What `write` puts on standard error.
-template <typename Write>
-B onStandardError(Write write)
+template <typename Write> B onStandardError(Write write)
 {
     QTemporaryFile file;
     file.open();
@@ -67,7 +66,7 @@ QRegularExpression daemonHead(int pri)
                                   .arg(pri)
                                   .arg(QString::fromLatin1(PID)));
 }
-}
+} // namespace
 
 class TestSyslogWriter : public QObject
 {
@@ -89,8 +88,8 @@ private slots:
         QTest::newRow("own facility kept") << (LOG_USER | 4) << B("u") << 12 << "talvox[" + PID + "]: u\n";
         QTest::newRow("a line feed is not doubled") << 6 << B("two\n") << 150 << "talvox[" + PID + "]: two\n";
         QTest::newRow("empty") << 6 << B() << 150 << "talvox[" + PID + "]: \n";
-        QTest::newRow("longer than the stack buffer") << 7 << B(3000, 'h') << 151
-                                                      << "talvox[" + PID + "]: " + B(3000, 'h') + "\n";
+        QTest::newRow("longer than the stack buffer")
+            << 7 << B(3000, 'h') << 151 << "talvox[" + PID + "]: " + B(3000, 'h') + "\n";
     }
 
     void line()
