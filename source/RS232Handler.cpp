@@ -155,15 +155,18 @@ QStringList RS232Handler::bind_command_table(CommandTable& table)
     QStringList problems;
     for (const CatalogueEntry& entry : catalogue()) {
         const Handler handler = handler_named(entry.handler);
-        const QString key = create_id(entry.command, entry.group);
+        const char* problem = nullptr;
         if (!handler)
-            problems << key + ": no handler " + entry.handler;
+            problem = ": no handler ";
         else if (entry.group < 0 || entry.group >= Protocol::GROUP_COUNT || entry.command <= 0 || entry.command > 255)
-            problems << key + ": no such command";
+            problem = ": no such command ";
         else if (table[entry.group][entry.command])
-            problems << key + ": named twice";
+            problem = ": named twice, handler ";
         else
             table[entry.group][entry.command] = handler;
+        // The key is formatted only for a problem: start-up binds 167 pairs.
+        if (problem)
+            problems << create_id(entry.command, entry.group) + problem + entry.handler;
     }
     return problems;
 }
