@@ -108,7 +108,7 @@ private slots:
     }
 
     // A PC that stops reading costs it replies, not the service: whole replies are dropped
-    // (never part of a frame), that is logged once, and the line serves again once it is read.
+    // (never part of a frame), that is logged once per stall, and the line serves again once it is read.
     void unreadOutputIsDropped()
     {
         const int frames = 3000; // about 160 KB of replies: more than the line can hold
@@ -123,11 +123,10 @@ private slots:
         QCOMPARE(rig.waitForExit(0), -1);
         const QByteArray answer = "\x06" + TestRig::frame(0xFE, 1, "Vemo <Name> GUI: V<x>.<y>.<z>-rc<w> in work");
         QVERIFY(received.size() < frames * answer.size());
-        QCOMPARE(received.size() % answer.size(), 0);
         QCOMPARE(received, answer.repeated(received.size() / answer.size()));
-        const QString log = rig.serviceLog();
-        QCOMPARE(log.count("output is dropped until it does"), 1);
-        QVERIFY(rig.waitForLog("]: RS232::send_raw_data: the PC reads the line again\n"));
+        // While sync() reads slowly, the line may stall again: each stall logs one line, and its end one.
+        const auto stalls = [&] { return rig.serviceLog().count("output is dropped until it does"); };
+        QTRY_COMPARE_WITH_TIMEOUT(rig.serviceLog().count("the PC reads the line again\n"), stalls(), 5000);
     }
 
     // A hang-up ends the service in order with code 7, its lock file removed and its two lines logged once.
