@@ -79,12 +79,9 @@ private slots:
         const auto valued = [&](int v) { return inF([=](CLog& l) { l << "x" << CLog::ELogValuation(v) << "y"; }); };
         const Streamer t = [](CLog& l) { l << "t"; };
 
-        QTest::newRow("literal line")
-            << made("/work/source/talvox.cpp", "void lock_start()",
-                    [](CLog& l) { l << "Filename: " << std::string("/tmp/x"); })
-            << B("\x1b[1;30m\x1b[0;37m<\x1b[1;30mtalvox.cpp          \x1b[0;37m> [\x1b[1;30m?\x1b[0;37m] (\x1b[1;30m"
-                 "lock_start                \x1b[0;37m): \x1b[0;37m\x1b[1;37mFilename: /tmp/x"
-                 "..........................................................\x1b[0;37m\x1b[0;34m------\x1b[0;37m\n");
+        QTest::newRow("path, return type and std::string") << made(
+            "/work/source/talvox.cpp", "void lock_start()", [](CLog& l) { l << "Filename: " << std::string("/tmp/x"); })
+                                                           << line("talvox.cpp", "lock_start", "Filename: /tmp/x");
         QTest::newRow("file of 21 keeps the last 20")
             << made("x/abcdefghijklmnopqrstu", "main", t) << line("bcdefghijklmnopqrstu", "main", "t");
         QTest::newRow("only the first word goes")
