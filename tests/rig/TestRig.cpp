@@ -273,8 +273,7 @@ void TestRig::write(const QByteArray& bytes)
     }
 }
 
-// Up to n bytes (n < 0: any number) within timeoutMs; with n < 0 only what has already arrived.
-QByteArray TestRig::receive(int n, int timeoutMs)
+QByteArray TestRig::read(int n, int timeoutMs)
 {
     QByteArray bytes;
     QElapsedTimer timer;
