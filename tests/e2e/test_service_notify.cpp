@@ -68,12 +68,11 @@ public:
             const ssize_t size = ::recvmsg(m_fd, &message, 0);
             if (size < 0)
                 return received;
-            qint64 pid = 0;
-            for (cmsghdr* header = CMSG_FIRSTHDR(&message); header; header = CMSG_NXTHDR(&message, header)) {
-                if (header->cmsg_level == SOL_SOCKET && header->cmsg_type == SCM_CREDENTIALS)
-                    pid = reinterpret_cast<ucred*>(CMSG_DATA(header))->pid;
-            }
-            received.append({ pid, QByteArray(text, int(size)) });
+            // SO_PASSCRED: the credentials are the one control message.
+            const cmsghdr* header = CMSG_FIRSTHDR(&message);
+            const bool named = header && header->cmsg_type == SCM_CREDENTIALS;
+            received.append(
+                { named ? reinterpret_cast<const ucred*>(CMSG_DATA(header))->pid : 0, QByteArray(text, int(size)) });
         }
     }
 

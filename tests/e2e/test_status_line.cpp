@@ -64,17 +64,6 @@ private slots:
         QCOMPARE(rig.query(0x90, QUERY, request.left(1)), request);
     }
 
-    // A reply longer than the two length bytes announce is cut to 510 bytes, and the cut logged.
-    void longestReply()
-    {
-        const QString text(253, QChar(0x20AC)); // 509 bytes in UTF-16, 760 in UTF-8
-        QVERIFY(rig.send(0x01, SETTING, hex("02"))
-                && rig.send(0x90, SETTING, "\x01" + TestRig::encoded("UTF-16", text)));
-        QVERIFY(rig.send(0x01, SETTING, hex("01")));
-        QCOMPARE(rig.query(0x90, QUERY, hex("01")), ("\x01" + text.toUtf8()).left(510));
-        QVERIFY(rig.waitForLog("]: RS232::send_message: reply of 760 bytes cut to 510\n"));
-    }
-
     // Any other item is the text id itself, replied without the item byte; writing ignores item 0.
     void otherStatusItems_data()
     {

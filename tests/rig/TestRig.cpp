@@ -58,13 +58,16 @@ bool cameUp(const QProcess& process, const std::function<bool()>& ready)
         && ready();
 }
 
+bool signalled(const std::unique_ptr<QProcess>& process, int signal)
+{
+    return process && process->state() != QProcess::NotRunning && ::kill(pid_t(process->processId()), signal) == 0;
+}
+
 void stop(std::unique_ptr<QProcess>& process)
 {
     for (int signal : { SIGTERM, SIGKILL }) {
-        if (process && process->state() != QProcess::NotRunning) {
-            ::kill(pid_t(process->processId()), signal);
+        if (signalled(process, signal))
             process->waitForFinished(STOP_TIMEOUT_MS);
-        }
     }
     process.reset();
 }
@@ -124,8 +127,7 @@ bool TestRig::startService()
 
 void TestRig::signalService(int signal)
 {
-    if (m_service && m_service->state() != QProcess::NotRunning)
-        ::kill(pid_t(m_service->processId()), signal);
+    signalled(m_service, signal);
 }
 
 bool TestRig::startSimulator()
@@ -138,27 +140,21 @@ bool TestRig::startSimulator()
 
 bool TestRig::killSimulator()
 {
-    if (!m_simulator || ::kill(pid_t(m_simulator->processId()), SIGKILL) != 0)
-        return fail("no simulator to kill");
     // Its names leave the bus with its connection.
     QDBusConnectionInterface* names = QDBusConnection(m_busName).interface();
-    return (m_simulator->waitForFinished(STOP_TIMEOUT_MS)
+    return (signalSimulator(SIGKILL) && m_simulator->waitForFinished(STOP_TIMEOUT_MS)
             && QTest::qWaitFor([&] { return !names->isServiceRegistered(SIMULATOR).value(); }, STOP_TIMEOUT_MS))
         || fail("the simulator's names stayed on the bus");
 }
 
 bool TestRig::signalSimulator(int signal)
 {
-    return (m_simulator && m_simulator->state() == QProcess::Running
-            && ::kill(pid_t(m_simulator->processId()), signal) == 0)
-        || fail(QString("cannot send signal %1 to the simulator").arg(signal));
+    return signalled(m_simulator, signal) || fail(QString("cannot send signal %1 to the simulator").arg(signal));
 }
 
 bool TestRig::killBus()
 {
-    if (!m_bus || ::kill(pid_t(m_bus->processId()), SIGKILL) != 0)
-        return fail("no bus daemon to kill");
-    return m_bus->waitForFinished(STOP_TIMEOUT_MS) || fail("the bus daemon did not end");
+    return (signalled(m_bus, SIGKILL) && m_bus->waitForFinished(STOP_TIMEOUT_MS)) || fail("the bus daemon did not end");
 }
 
 bool TestRig::checkSupported()
@@ -277,8 +273,7 @@ void TestRig::write(const QByteArray& bytes)
     }
 }
 
-// Up to n bytes (n < 0: any number) within timeoutMs; with n < 0 only what has already arrived.
-QByteArray TestRig::receive(int n, int timeoutMs)
+QByteArray TestRig::read(int n, int timeoutMs)
 {
     QByteArray bytes;
     QElapsedTimer timer;
@@ -379,13 +374,12 @@ std::optional<RigReply> TestRig::readReply(int timeoutMs)
 QByteArray TestRig::query(quint8 command, quint8 group, const QByteArray& data, int timeoutMs)
 {
     const std::optional<RigReply> reply = send(command, group, data) ? readReply(timeoutMs) : std::nullopt;
-    if (reply && (reply->command != command || reply->group != group))
-        fail(QString("expected a reply %1/%2, got %3/%4")
-                 .arg(command, 0, 16)
-                 .arg(group)
-                 .arg(reply->command, 0, 16)
-                 .arg(reply->group));
-    return reply && reply->command == command && reply->group == group ? reply->data : QByteArray();
+    if (reply && reply->command == command && reply->group == group)
+        return reply->data;
+    if (reply)
+        fail(
+            QString("expected a reply %1/%2, got %3/%4").arg(command).arg(group).arg(reply->command).arg(reply->group));
+    return {};
 }
 
 std::optional<QVariantList> TestRig::simCall(const QString& method, const QVariantList& args)

@@ -51,10 +51,9 @@ public:
     // A text in a character set as the line carries it ("UTF-16": a byte-order mark, then host order).
     static QByteArray encoded(const char* codec, const QString& text);
     void write(const QByteArray& bytes);
-    // Exactly n bytes, or fewer if the time-out passes first.
-    QByteArray read(int n, int timeoutMs = 2000) { return receive(n, timeoutMs); }
-    // What has arrived so far, without waiting.
-    QByteArray readAvailable() { return receive(-1, 0); }
+    // Exactly n bytes, or fewer if the time-out passes first; n < 0: what has arrived so far, without waiting.
+    QByteArray read(int n, int timeoutMs = 2000);
+    QByteArray readAvailable() { return read(-1, 0); }
     // The barrier: sends a probe query (the software id) and waits for its ACK and reply. As the
     // service handles frames in order, the answer proves that everything written before it has
     // been handled. `before` gets the bytes that came ahead of the answer.
@@ -121,7 +120,6 @@ private:
     bool openLine();
     std::unique_ptr<QProcess> spawn(const QString& log, const QStringList& command, const QStringList& variables = {});
     std::optional<QVariantList> simCall(const QString& method, const QVariantList& args);
-    QByteArray receive(int n, int timeoutMs);
 
     QString m_dir, m_error, m_busName, m_busAddress, m_device;
     RigOptions m_options;

@@ -79,12 +79,9 @@ private slots:
         const auto valued = [&](int v) { return inF([=](CLog& l) { l << "x" << CLog::ELogValuation(v) << "y"; }); };
         const Streamer t = [](CLog& l) { l << "t"; };
 
-        QTest::newRow("literal line")
-            << made("/work/source/talvox.cpp", "void lock_start()",
-                    [](CLog& l) { l << "Filename: " << std::string("/tmp/x"); })
-            << B("\x1b[1;30m\x1b[0;37m<\x1b[1;30mtalvox.cpp          \x1b[0;37m> [\x1b[1;30m?\x1b[0;37m] (\x1b[1;30m"
-                 "lock_start                \x1b[0;37m): \x1b[0;37m\x1b[1;37mFilename: /tmp/x"
-                 "..........................................................\x1b[0;37m\x1b[0;34m------\x1b[0;37m\n");
+        QTest::newRow("path, return type and std::string") << made(
+            "/work/source/talvox.cpp", "void lock_start()", [](CLog& l) { l << "Filename: " << std::string("/tmp/x"); })
+                                                           << line("talvox.cpp", "lock_start", "Filename: /tmp/x");
         QTest::newRow("file of 21 keeps the last 20")
             << made("x/abcdefghijklmnopqrstu", "main", t) << line("bcdefghijklmnopqrstu", "main", "t");
         QTest::newRow("only the first word goes")
@@ -97,6 +94,18 @@ private slots:
                                    << line("a.cpp", "f", B(74, 'a'));
         QTest::newRow("2 warn") << valued(2) << line("a.cpp", "f", "xy", "\x1b[0;31m  Warn");
         QTest::newRow("7 passed") << valued(7) << line("a.cpp", "f", "xy", "\x1b[0;32mPassed");
+        // A forked copy logs, then the parent prints how it ended.
+        QTest::newRow("4 ends the process with 22 right after the status word") << Action([] {
+            const pid_t child = fork();
+            if (child == 0) {
+                s_bExitingChild = true;
+                CLog("a.cpp", 1, "void f()") << "bye" << CLog::LOG_VAL_EXIT;
+                _exit(0);
+            }
+            int status = -1;
+            waitpid(child, &status, 0);
+            std::printf("\nexit %d", WIFEXITED(status) ? WEXITSTATUS(status) : -1);
+        }) << line("a.cpp", "f", "bye", "\x1b[0;31mEError", "") + "\nexit 22";
         QTest::newRow("5 throws the text after the status word")
             << valued(5) << line("a.cpp", "f", "xy", "\x1b[0;31mTError", "") + "\nthrown: xy";
     }
@@ -113,24 +122,6 @@ private slots:
             }
         });
         QTEST(out + thrown, "expected");
-    }
-
-    // Valuation 4 ends the process with 22 right after the status word: a forked copy prints and exits.
-    void exitingValuation()
-    {
-        int status = -1;
-        const B out = captured(1, [&] {
-            const pid_t child = fork();
-            if (child == 0) {
-                s_bExitingChild = true;
-                CLog("a.cpp", 1, "void f()") << "bye" << CLog::LOG_VAL_EXIT;
-                _exit(0);
-            }
-            waitpid(child, &status, 0);
-        });
-        QVERIFY(WIFEXITED(status));
-        QCOMPARE(WEXITSTATUS(status), 22);
-        QCOMPARE(out, line("a.cpp", "f", "bye", "\x1b[0;31mEError", ""));
     }
 
     // Standard error under a maximum level: the text passed as data, never as a format; Qt's messages at debug.

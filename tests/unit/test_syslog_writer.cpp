@@ -84,7 +84,6 @@ private slots:
         QTest::addColumn<B>("copy");
         QTest::newRow("emergency") << 0 << B("stop") << 144 << "talvox[" + PID + "]: stop\n";
         QTest::newRow("error, text as data") << 3 << B("at 100%s") << 147 << "talvox[" + PID + "]: at 100%s\n";
-        QTest::newRow("debug") << 7 << B("x") << 151 << "talvox[" + PID + "]: x\n";
         QTest::newRow("own facility kept") << (LOG_USER | 4) << B("u") << 12 << "talvox[" + PID + "]: u\n";
         QTest::newRow("a line feed is not doubled") << 6 << B("two\n") << 150 << "talvox[" + PID + "]: two\n";
         QTest::newRow("empty") << 6 << B() << 150 << "talvox[" + PID + "]: \n";
