@@ -1,5 +1,7 @@
 #include "SignalEmitter.h"
 
+#include "QtCompat.h"
+
 #include <QMetaMethod>
 #include <QObject>
 #include <array>
@@ -13,12 +15,13 @@ bool emit_with_arguments(QObject* emitter, const QMetaMethod& signal, QVariantLi
     if (args.size() != signal.parameterCount() || args.size() > max_arguments)
         return false;
     for (int i = 0; i < args.size(); ++i)
-        if (!args[i].convert(signal.parameterType(i)))
+        if (!QtCompat::convertTo(args[i], signal.parameterType(i)))
             return false;
     // Built only after all conversions, so the data pointers stay valid.
     std::array<QGenericArgument, max_arguments> generic;
+    const QList<QByteArray> typeNames = signal.parameterTypes();
     for (int i = 0; i < args.size(); ++i)
-        generic[i] = QGenericArgument(QMetaType::typeName(signal.parameterType(i)), args.at(i).constData());
+        generic[i] = QGenericArgument(typeNames.at(i).constData(), args.at(i).constData());
     return signal.invoke(emitter, Qt::DirectConnection, generic[0], generic[1], generic[2], generic[3], generic[4],
                          generic[5], generic[6], generic[7], generic[8], generic[9]);
 }

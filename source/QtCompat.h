@@ -7,6 +7,7 @@
 #include <QProcess>
 #include <QTextCodec>
 #include <QTextStream>
+#include <QVariant>
 #include <QtGlobal>
 
 #include <memory>
@@ -34,6 +35,16 @@ inline QByteArray encodeWithByteOrderMark(const QTextCodec* codec, const QString
 {
     const std::unique_ptr<QTextEncoder> encoder(codec->makeEncoder());
     return encoder->fromUnicode(text);
+}
+
+// Converts the variant to the type with this id, in place; false if it cannot.
+inline bool convertTo(QVariant& value, int typeId)
+{
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+    return value.convert(QMetaType(typeId));
+#else
+    return value.convert(typeId);
+#endif
 }
 
 // A process that runs childSetup() in the child between fork and exec.
