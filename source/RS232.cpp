@@ -15,6 +15,18 @@
 
 RS232* RS232::_instance = nullptr;
 
+namespace {
+// write(2), resumed when a signal interrupts it.
+ssize_t write_uninterrupted(int fd, const char* bytes, int size)
+{
+    ssize_t result;
+    do
+        result = ::write(fd, bytes, size_t(size));
+    while (result < 0 && errno == EINTR);
+    return result;
+}
+} // namespace
+
 RS232* RS232::instance()
 {
     if (!_instance)
@@ -207,10 +219,7 @@ void RS232::write_to_line(const char* bytes, int size)
         return;
     int written = 0;
     if (m_baPending.isEmpty()) {
-        ssize_t result;
-        do
-            result = ::write(port.handle(), bytes, size_t(size));
-        while (result < 0 && errno == EINTR);
+        const ssize_t result = write_uninterrupted(port.handle(), bytes, size);
         if (result < 0 && errno != EAGAIN && errno != EWOULDBLOCK)
             return;
         written = result > 0 ? int(result) : 0;
@@ -230,10 +239,7 @@ void RS232::write_to_line(const char* bytes, int size)
 
 void RS232::on_writable()
 {
-    ssize_t result;
-    do
-        result = ::write(port.handle(), m_baPending.constData(), size_t(m_baPending.size()));
-    while (result < 0 && errno == EINTR);
+    const ssize_t result = write_uninterrupted(port.handle(), m_baPending.constData(), m_baPending.size());
     if (result > 0)
         m_baPending.remove(0, int(result));
     else if (result < 0 && errno != EAGAIN && errno != EWOULDBLOCK)
