@@ -5,11 +5,6 @@
 #include <QtTest>
 
 namespace {
-const quint8 ACTION = 0, QUERY = 1, SETTING = 2;
-QByteArray hex(const char* text)
-{
-    return QByteArray::fromHex(text);
-}
 // A double as the simulator writes it into its call log.
 QString logged(double value)
 {

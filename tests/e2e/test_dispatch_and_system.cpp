@@ -5,13 +5,8 @@
 #include <QtTest>
 
 namespace {
-const quint8 QUERY = 1, SETTING = 2;
 const char* const VERSION_TEXT = "Vemo <Name> GUI: V<x>.<y>.<z>-rc<w> in work";
 const char* const ID_TEXT = "Vemo QR KTL-interface: V1.12 - May 12 2020 - 11:44:29";
-QByteArray hex(const char* digits)
-{
-    return QByteArray::fromHex(digits);
-}
 } // namespace
 
 class TestDispatchAndSystem : public QObject

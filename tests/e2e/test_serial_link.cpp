@@ -4,13 +4,6 @@
 
 #include <QtTest>
 
-namespace {
-QByteArray hex(const char* text)
-{
-    return QByteArray::fromHex(text);
-}
-} // namespace
-
 class TestSerialLink : public QObject
 {
     Q_OBJECT

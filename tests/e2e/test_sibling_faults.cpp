@@ -11,10 +11,6 @@
 #include <memory>
 
 namespace {
-QByteArray byte(int value)
-{
-    return QByteArray(1, char(value));
-}
 
 // Queries that wait on the overlay: the video counter (1 call) and a unit text's state (4 calls).
 const quint8 VIDEOCOUNTER_GET = 0x70;

@@ -3,14 +3,6 @@
 
 #include <QtTest>
 
-namespace {
-const quint8 ACTION = 0, QUERY = 1, SETTING = 2;
-QByteArray hex(const char* digits)
-{
-    return QByteArray::fromHex(digits);
-}
-} // namespace
-
 class TestStatusLine : public QObject
 {
     Q_OBJECT

@@ -12,15 +12,6 @@ const QString PRIVET = QString::fromUtf8("Привет");
 const QByteArray PRIVET_ISO5 = QByteArray::fromHex("bfe0d8d2d5e2");
 enum Selector { LOCALE_CODEC = 0, UTF8 = 1, UTF16 = 2 };
 
-QByteArray byte(int value)
-{
-    return QByteArray(1, char(value));
-}
-QByteArray hex(const char* digits)
-{
-    return QByteArray::fromHex(digits);
-}
-
 // Expected calls with %1, %2, ... standing for the given handles.
 QStringList withHandles(QStringList calls, const QList<int>& handles)
 {

@@ -1,6 +1,8 @@
 #ifndef TESTRIG_H
 #define TESTRIG_H
 
+#include "Protocol.h"
+
 #include <QDBusConnection>
 #include <QProcess>
 #include <QStringList>
@@ -9,6 +11,18 @@
 #include <csignal>
 #include <memory>
 #include <optional>
+
+// The group ids as test data rows carry them.
+constexpr quint8 ACTION = Protocol::ACTION, QUERY = Protocol::QUERY, SETTING = Protocol::SETTING;
+// Bytes written as hex digits, spaces allowed ("02 05 01"); one byte.
+inline QByteArray hex(const char* digits)
+{
+    return QByteArray::fromHex(digits);
+}
+inline QByteArray byte(int value)
+{
+    return QByteArray(1, char(value));
+}
 
 // The simulator's locale ("": de_DE), overlay columns and lines (0: 40 x 16), talvox's arguments after "-d pts/N -l 7",
 // variables ("NAME=value") added to talvox's environment; lateSimulator: talvox starts without the sibling
