@@ -78,8 +78,7 @@ private slots:
         QFETCH(QByteArray, request);
         QFETCH(QString, expected);
         m_rig.clearCalls();
-        QVERIFY(m_rig.send(command, group, request));
-        QVERIFY2(m_rig.waitForCall(expected.section("; ", -1)), qPrintable(m_rig.lastError()));
+        QVERIFY(m_rig.send(command, group, request) && m_rig.waitForCall(expected.section("; ", -1)));
         QCOMPARE(m_rig.calls(), expected.split("; "));
         QVERIFY2(m_rig.nothingMore(), qPrintable(m_rig.lastError()));
     }

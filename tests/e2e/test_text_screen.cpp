@@ -274,20 +274,15 @@ private slots:
         QCOMPARE(lineTexts(5), QString("ab333333 at 8, 1 on 13"));
         QCOMPARE(row(), QString("333333  "));
 
-        // 2,000 refreshes of one field: one text, and each refresh makes the same calls.
-        QStringList firstCalls;
-        for (int i = 0; i < 2000; ++i) {
-            if (i != 1 && i != 1999) {
-                QVERIFY(write("NNNNNN"));
-                continue;
-            }
-            QStringList calls = callsOf([&] { QVERIFY(write("NNNNNN")); });
-            calls.replaceInStrings(QRegularExpression("\\d+"), "#");
-            if (i == 1)
-                firstCalls = calls;
-            else
-                QCOMPARE(calls, firstCalls);
-        }
+        // 2,000 refreshes of one field: one text, and the last refresh makes the same calls as the second.
+        const auto refresh = [&] {
+            return callsOf([&] { QVERIFY(write("NNNNNN")); }).replaceInStrings(QRegularExpression("\\d+"), "#");
+        };
+        refresh();
+        const QStringList firstCalls = refresh();
+        for (int i = 2; i < 1999; ++i)
+            QVERIFY(write("NNNNNN"));
+        QCOMPARE(refresh(), firstCalls);
         QCOMPARE(firstCalls.filter("destroy_text").size(), 1);
         QCOMPARE(rig.sim("created_text_count").value(0).toInt(), 2);
         QCOMPARE(lineTexts(5), QString("ab333333 at 8, 1 on 13; NNNNNN at 10, 1 on 13"));

@@ -10,7 +10,6 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
-#include <QStandardPaths>
 #include <QTest>
 
 #include <cerrno>
@@ -111,17 +110,13 @@ bool TestRig::start(const RigOptions& options)
 
 bool TestRig::startService()
 {
-    if (m_service && waitForExit(0) == -1)
-        return fail("talvox still runs");
-    // A later start appends to the log: it is ready once the log shows it again.
-    const int logStart = serviceLog().size();
     // run-isolated execs into unshare, sh and then talvox: one process id.
     m_service
         = spawn("talvox.log",
                 QStringList { "sh", TALVOX_SIM_ENV_DIR "/run-isolated", m_dir, TALVOX_BIN, "-d", m_device, "-l", "7" }
                     + m_options.extraArgs,
                 m_options.environment);
-    return cameUp(*m_service, [&] { return serviceLog().indexOf(READY_LINE, logStart) >= 0; })
+    return cameUp(*m_service, [&] { return serviceLog().contains(READY_LINE); })
         || fail(QString("talvox did not get ready (exit code %1): %2").arg(waitForExit(0)).arg(tail(serviceLog())));
 }
 
@@ -163,10 +158,6 @@ bool TestRig::checkSupported()
     static const QString reason = [] {
         if (geteuid() != 0)
             return QStringLiteral("needs root: talvox runs in a private mount namespace (unshare -m)");
-        for (const char* tool : { "unshare", "dbus-daemon", "mount" }) {
-            if (QStandardPaths::findExecutable(tool).isEmpty())
-                return QStringLiteral("%1 is not installed (scripts/setup installs it)").arg(tool);
-        }
         const QString build = QFileInfo(QFileInfo(TALVOX_RIG_RUNS_DIR).absolutePath()).canonicalFilePath();
         if (build == "/tmp" || build.startsWith("/tmp/"))
             return QStringLiteral("the build tree lies under /tmp, which talvox's namespace replaces");
@@ -218,7 +209,7 @@ std::unique_ptr<QProcess> TestRig::spawn(const QString& log, const QStringList& 
     process->setProcessEnvironment(environment);
     process->setWorkingDirectory(m_dir);
     process->setProcessChannelMode(QProcess::MergedChannels);
-    // Appended: a restarted simulator or service logs after the one before.
+    // Appended: a restarted simulator logs after the one before.
     process->setStandardOutputFile(m_dir + "/" + log, QIODevice::Append);
     process->start(command.first(), command.mid(1));
     return process;

@@ -110,8 +110,6 @@ public:
     bool killBus();
 
     // The service.
-    // Starts talvox again on the same line (after it has ended), with the options of start().
-    bool startService();
     void signalService(int signal);
     QString serviceLog() const;
     bool waitForLog(const QString& text, int timeoutMs = 2000);
@@ -120,13 +118,13 @@ public:
     // The exit code; -1 while it still runs, 256 after a crash or a signal.
     int waitForExit(int timeoutMs = 2000);
     qint64 servicePid() const { return m_service ? m_service->processId() : 0; }
-    qint64 simulatorPid() const { return m_simulator ? m_simulator->processId() : 0; }
     // The number after `key` in the service's /proc/PID/`file`, e.g. ("io", "rchar:"); -1 if absent.
     qint64 serviceProcValue(const QString& file, const QString& key) const;
     // The service's lock file for this line, seen from the host.
     QString lockFilePath() const { return m_dir + "/tmp/tvx-" + m_device + ".lock"; }
 
 private:
+    bool startService();
     bool fail(const QString& error);
     bool checkSupported();
     bool startBus();
