@@ -1,14 +1,21 @@
-// The console line builder byte for byte, and the event logger's filter as
-// seen on standard error (syslog copies every line there).
+// Both faces of the log: the console line builder byte for byte, and the syslog line as a stand-in daemon on
+// a socket of the test's own receives it and as standard error shows it, Qt's messages included.
 #include "CEventLogger.h"
 #include "CLog.h"
+#include "SyslogWriter.h"
 
+#include <QRegularExpression>
+#include <QTemporaryDir>
 #include <QTemporaryFile>
 #include <QtTest>
 
 #include <cstdio>
 #include <functional>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
+#include <syslog.h>
 #include <unistd.h>
 
 // The forked child of the exit test ends through exit() with the parent's threads and test logger still
@@ -20,15 +27,15 @@ extern "C" int __lsan_is_turned_off()
     return s_bExitingChild;
 }
 
-using Streamer = std::function<void(CLog&)>;
 using Action = std::function<void()>;
 Q_DECLARE_METATYPE(Action)
 
 namespace {
 using B = QByteArray;
+const B HEADER = "talvox[" + B::number(getpid()) + "]: ";
 
 // What `action` writes to the descriptor `fd` (1 or 2), its forked children included.
-QByteArray captured(int fd, const Action& action)
+B captured(int fd, const Action& action)
 {
     QTemporaryFile file;
     file.open();
@@ -52,9 +59,29 @@ B line(const B& file, const B& function, const B& text, const B& status = "\x1b[
         + status + white + end;
 }
 
-B syslogLine(const char* text)
+// A daemon's socket at `path`: datagram or stream (listening).
+int listenAt(const B& path, int type)
 {
-    return "talvox[" + B::number(getpid()) + "]: " + text + "\n";
+    sockaddr_un address {};
+    address.sun_family = AF_UNIX;
+    qstrncpy(address.sun_path, path.constData(), sizeof address.sun_path);
+    ::unlink(address.sun_path);
+    const int fd = ::socket(AF_UNIX, type | SOCK_CLOEXEC, 0);
+    if (::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0
+        || (type == SOCK_STREAM && ::listen(fd, 1) != 0))
+        qFatal("cannot listen at %s", path.constData());
+    return fd;
+}
+
+// What the daemon got, waiting up to a second for it; empty if nothing came.
+B received(int fd)
+{
+    pollfd in { fd, POLLIN, 0 };
+    if (::poll(&in, 1, 1000) != 1)
+        return B();
+    char buffer[8192];
+    const ssize_t size = ::recv(fd, buffer, sizeof buffer, 0);
+    return size > 0 ? B(buffer, int(size)) : B();
 }
 } // namespace
 
@@ -62,38 +89,25 @@ class TestLogging : public QObject
 {
     Q_OBJECT
 
+    QTemporaryDir m_dir;
+    const B m_socket = QFile::encodeName(m_dir.filePath("log"));
+
 private slots:
     void initTestCase() { CEventLogger::initialize("talvox", CEventLogger::LOG_LEVEL_ERROR); }
 
+    // (A short line, its file's path and its function's return type dropped: test_startup, without colours.)
     void consoleLine_data()
     {
         QTest::addColumn<Action>("log");
         QTest::addColumn<B>("expected");
-        const auto made = [](const char* path, const char* function, Streamer stream) {
-            return Action([=] {
-                CLog log(path, 12, function);
-                stream(log);
-            });
-        };
-        const auto inF = [&](Streamer stream) { return made("a.cpp", "f", stream); };
-        const auto valued = [&](int v) { return inF([=](CLog& l) { l << "x" << CLog::ELogValuation(v) << "y"; }); };
-        const Streamer t = [](CLog& l) { l << "t"; };
-
-        QTest::newRow("path, return type and std::string") << made(
-            "/work/source/talvox.cpp", "void lock_start()", [](CLog& l) { l << "Filename: " << std::string("/tmp/x"); })
-                                                           << line("talvox.cpp", "lock_start", "Filename: /tmp/x");
-        QTest::newRow("file of 21 keeps the last 20")
-            << made("x/abcdefghijklmnopqrstu", "main", t) << line("bcdefghijklmnopqrstu", "main", "t");
-        QTest::newRow("only the first word goes")
-            << made("a.cpp", "static int R::init(bool)", t) << line("a.cpp", "int R::init", "t");
-        QTest::newRow("numbers are not formatted")
-            << inF([](CLog& l) { l << "n=" << 5 << 2.5; }) << line("a.cpp", "f", "n=??????");
-        QTest::newRow("bools with spaces")
-            << inF([](CLog& l) { l << "x" << true << false << "y"; }) << line("a.cpp", "f", "x true  false y");
-        QTest::newRow("cut to 74") << inF([](CLog& l) { l << std::string(74, 'a') << "bcd"; })
+        QTest::newRow("file of 21 keeps the last 20, function loses only its first word")
+            << Action([] { CLog("x/abcdefghijklmnopqrstu", 1, "static int R::init(bool)") << "t"; })
+            << line("bcdefghijklmnopqrstu", "int R::init", "t");
+        QTest::newRow("numbers are not formatted, bools get spaces")
+            << Action([] { CLog("a.cpp", 1, "f") << "n=" << 5 << 2.5 << true << false; })
+            << line("a.cpp", "f", "n=?????? true  false ");
+        QTest::newRow("cut to 74") << Action([] { CLog("a.cpp", 1, "f") << std::string(74, 'a') << "bcd"; })
                                    << line("a.cpp", "f", B(74, 'a'));
-        QTest::newRow("2 warn") << valued(2) << line("a.cpp", "f", "xy", "\x1b[0;31m  Warn");
-        QTest::newRow("7 passed") << valued(7) << line("a.cpp", "f", "xy", "\x1b[0;32mPassed");
         // A forked copy logs, then the parent prints how it ended.
         QTest::newRow("4 ends the process with 22 right after the status word") << Action([] {
             const pid_t child = fork();
@@ -107,7 +121,8 @@ private slots:
             std::printf("\nexit %d", WIFEXITED(status) ? WEXITSTATUS(status) : -1);
         }) << line("a.cpp", "f", "bye", "\x1b[0;31mEError", "") + "\nexit 22";
         QTest::newRow("5 throws the text after the status word")
-            << valued(5) << line("a.cpp", "f", "xy", "\x1b[0;31mTError", "") + "\nthrown: xy";
+            << Action([] { CLog("a.cpp", 1, "f") << "x" << CLog::LOG_VAL_THROW << "y"; })
+            << line("a.cpp", "f", "xy", "\x1b[0;31mTError", "") + "\nthrown: xy";
     }
 
     void consoleLine()
@@ -124,40 +139,68 @@ private slots:
         QTEST(out + thrown, "expected");
     }
 
-    // Standard error under a maximum level: the text passed as data, never as a format; Qt's messages at debug.
-    void levelFilter_data()
+    // The daemon gets "<PRI>Mmm dd hh:mm:ss talvox[pid]: text", standard error the header and the text, ended
+    // by exactly one line feed.
+    void syslogLine_data()
     {
-        QTest::addColumn<int>("maximum");
-        QTest::addColumn<Action>("log");
-        QTest::addColumn<B>("written");
-        const auto at = [](int level) { return Action([=] { CEventLogger::logMessage(level, "at 100%s"); }); };
-        QTest::newRow("3 passes 3") << 3 << at(3) << syslogLine("at 100%s");
-        QTest::newRow("3 drops 4") << 3 << at(4) << B();
-        QTest::newRow("Qt messages at 7") << 7 << Action([] {
-            qWarning("x");
-            qCritical("y %d", 2);
-        }) << syslogLine("x") + syslogLine("y 2");
-        QTest::newRow("Qt messages dropped at 6") << 6 << Action([] { qCritical("x"); }) << B();
+        QTest::addColumn<int>("priority");
+        QTest::addColumn<B>("text");
+        QTest::addColumn<int>("pri");
+        QTest::newRow("emergency, longer than the stack buffer") << 0 << B(3000, 'h') << 144;
+        QTest::newRow("error, text as data, a line feed is not doubled") << 3 << B("at 100%s\n") << 147;
+        QTest::newRow("own facility kept") << (LOG_USER | 4) << B("u") << 12;
     }
 
-    void levelFilter()
+    void syslogLine()
     {
-        QFETCH(int, maximum);
-        QFETCH(Action, log);
-        CEventLogger::setMaximumLogLevel(static_cast<CEventLogger::ELogLevel>(maximum));
+        QFETCH(int, priority);
+        QFETCH(B, text);
+        QFETCH(int, pri);
+        const int daemon = listenAt(m_socket, SOCK_DGRAM);
+        SyslogWriter writer("talvox", LOG_LOCAL2, m_socket.constData());
+        const B copy = captured(2, [&] { writer.write(priority, text.constData()); });
+        QCOMPARE(copy, HEADER + text + (text.endsWith('\n') ? "" : "\n"));
+        const QRegularExpression head(QString("^<%1>[A-Z][a-z][a-z] [ 123]\\d \\d\\d:\\d\\d:\\d\\d ").arg(pri)
+                                      + QRegularExpression::escape(QString::fromLatin1(HEADER)));
+        QCOMPARE(QString::fromLatin1(received(daemon)).remove(head), QString::fromLatin1(text));
+        ::close(daemon);
+    }
+
+    // While the daemon is gone standard error still gets the line; a restarted daemon gets the next one, here
+    // on a stream socket, which reads lines ended by a NUL. Within the second after a failure no new
+    // connection is tried.
+    void daemonGoneAndBack()
+    {
+        int daemon = listenAt(m_socket, SOCK_DGRAM);
+        SyslogWriter writer("talvox", LOG_LOCAL2, m_socket.constData());
+        writer.write(0, "first");
+        QVERIFY(received(daemon).endsWith(": first"));
+        ::close(daemon);
+        ::unlink(m_socket.constData());
+        QCOMPARE(captured(2, [&] { writer.write(0, "nobody"); }), HEADER + "nobody\n");
+
+        const int listening = listenAt(m_socket, SOCK_STREAM);
+        pollfd connecting { listening, POLLIN, 0 };
+        QTRY_VERIFY_WITH_TIMEOUT((writer.write(5, "again"), ::poll(&connecting, 1, 0) == 1), 3000);
+        daemon = ::accept(listening, nullptr, nullptr);
+        const B got = received(daemon);
+        QVERIFY2(got.startsWith("<149>") && got.endsWith(HEADER + "again" + '\0'), got.constData());
+        ::close(daemon);
+        ::close(listening);
+    }
+
+    // Qt's messages go to the log at debug level, the text as data (the filter by level: test_text_screen).
+    void qtMessagesAtDebug()
+    {
         const QtMessageHandler previous = qInstallMessageHandler(msgHandler);
-        const B err = captured(2, log);
+        CEventLogger::setMaximumLogLevel(CEventLogger::LOG_LEVEL_INFO);
+        const B dropped = captured(2, [] { qCritical("x"); });
+        CEventLogger::setMaximumLogLevel(CEventLogger::LOG_LEVEL_DEBUG);
+        const B logged = captured(2, [] { qWarning("%s %d", "at 100%s", 2); });
         qInstallMessageHandler(previous);
-        CEventLogger::setMaximumLogLevel(CEventLogger::LOG_LEVEL_ERROR);
-        QTEST(err, "written");
+        QCOMPARE(dropped + logged, HEADER + "at 100%s 2\n");
     }
 };
 
-int main(int argc, char** argv)
-{
-    QCoreApplication app(argc, argv);
-    TestLogging test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_GUILESS_MAIN(TestLogging)
 #include "test_logging.moc"

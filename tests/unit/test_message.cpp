@@ -5,7 +5,6 @@
 
 #include <QtTest>
 
-#include <climits>
 #include <cstring>
 
 namespace {
@@ -35,14 +34,6 @@ class TestMessage : public QObject
     Q_OBJECT
 
 private slots:
-    // Names the byte order and word size in the log, so a cross run shows it ran on the intended target.
-    void hostReport()
-    {
-        qInfo("byte order: %s, pointer: %d bits, long: %d bits, char is %s",
-              QSysInfo::ByteOrder == QSysInfo::BigEndian ? "big-endian" : "little-endian", int(8 * sizeof(void*)),
-              int(8 * sizeof(long)), char(-1) < 0 ? "signed" : "unsigned");
-    }
-
     // Each pattern goes out most significant byte first and comes back with the same bits.
     void patterns_data()
     {
@@ -50,7 +41,6 @@ private slots:
         QTest::addColumn<quint64>("doubleBits");
         QTest::newRow("normal, high bit in every byte") << quint32(0xC1B2A394) << Q_UINT64_C(0xC1B2A39485F6E7D8);
         QTest::newRow("-0") << quint32(0x80000000) << Q_UINT64_C(0x8000000000000000);
-        QTest::newRow("-inf") << quint32(0xFF800000) << Q_UINT64_C(0xFFF0000000000000);
         QTest::newRow("signalling NaN with payload") << quint32(0x7F812345) << Q_UINT64_C(0x7FF0DEADBEEF0001);
         QTest::newRow("subnormal") << quint32(0x007FFFFF) << Q_UINT64_C(0x0000000000000001);
     }
@@ -71,26 +61,13 @@ private slots:
         QCOMPARE(bitCast<quint64>(RS232Message::bytearray_to_double(bigEndian(doubleBits, 8))), doubleBits);
     }
 
-    // Handlers decode values at any offset in a request (three doubles back to back, a float after a byte).
-    void decodingAtAnyAlignment()
-    {
-        for (int offset = 0; offset < 8; ++offset) {
-            const QByteArray storage = QByteArray(offset, '\x55') + bigEndian(Q_UINT64_C(0x400921FB54442D18), 8); // pi
-            const QByteArray view = QByteArray::fromRawData(storage.constData() + offset, 8);
-            QCOMPARE(RS232Message::bytearray_to_double(view), 3.141592653589793);
-            QCOMPARE(RS232Message::bytearray_to_float(view.left(4)), 2.1426990032196045f); // 0x400921FB
-            QCOMPARE(RS232Message::bytearray_to_int(view.mid(2, 2)), int(0xFB210000u));
-        }
-    }
-
     // An int travels as its upper 16 bits, the lower of the two bytes first.
     void intPair_data()
     {
         QTest::addColumn<int>("value");
         QTest::addColumn<QByteArray>("wire");
-        QTest::newRow("0x12345678") << 0x12345678 << hex("3412");
-        QTest::newRow("65535 is lost") << 65535 << hex("0000");
-        QTest::newRow("INT_MIN") << INT_MIN << hex("0080");
+        QTest::newRow("lower 16 bits dropped, not rounded") << 0x1234FFFF << hex("3412");
+        QTest::newRow("negative, high bit in both bytes") << int(0x81C37FFFu) << hex("c381");
     }
 
     void intPair()
@@ -108,7 +85,6 @@ private slots:
         QTest::addColumn<QByteArray>("asFloat");
         QTest::addColumn<QByteArray>("asDouble");
         QTest::addColumn<int>("asInt");
-        QTest::newRow("empty") << QByteArray() << hex("00000000") << hex("0000000000000000") << 0;
         QTest::newRow("two") << hex("3ff0") << hex("3ff00000") << hex("3ff0000000000000") << int(0xF03F0000u);
         QTest::newRow("five") << hex("4001020304") << hex("40010203") << hex("4001020304000000") << 0;
     }
@@ -121,15 +97,6 @@ private slots:
         QTEST(RS232Message::float_to_bytearray(RS232Message::bytearray_to_float(exact)), "asFloat");
         QTEST(RS232Message::double_to_bytearray(RS232Message::bytearray_to_double(exact)), "asDouble");
         QTEST(RS232Message::bytearray_to_int(exact), "asInt");
-    }
-
-    // A byte the data lacks reads as 0, before it as after it.
-    void missingDataBytesReadAsZero()
-    {
-        RS232Message message;
-        message.set_data(hex("aa01"));
-        QCOMPARE(int(message.data_byte(0)), 0xAA);
-        QCOMPARE(int(message.data_byte(2)) + int(message.data_byte(-1)) + int(byte_at(QByteArray(), 0)), 0);
     }
 };
 

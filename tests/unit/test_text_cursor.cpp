@@ -10,7 +10,8 @@ class TestTextCursor : public QObject
     Q_OBJECT
 
 private slots:
-    // `steps` steps from (column, line), or with `steps` -1 the cursor placed at (column, line).
+    // `steps` steps from (column, line), or with `steps` -1 the cursor placed at (column, line). The 40 x 16
+    // screen the overlay reports is checked end to end; these are the geometries it cannot show.
     void moves_data()
     {
         QTest::addColumn<int>("width");
@@ -20,9 +21,6 @@ private slots:
         QTest::addColumn<QPoint>("to");
         QTest::newRow("no geometry: every step a new line at 3") << 0 << 0 << QPoint(5, 7) << 1 << QPoint(0, 3);
         QTest::newRow("four lines: the last line forced to 3") << 40 << 4 << QPoint(39, 2) << 1 << QPoint(0, 3);
-        QTest::newRow("whole ordinary screen back to the start") << 40 << 16 << QPoint(0, 3) << 480 << QPoint(0, 3);
-        QTest::newRow("place: last but one column and line kept") << 40 << 16 << QPoint(38, 14) << -1 << QPoint(38, 14);
-        QTest::newRow("place: line 2 goes to 3") << 40 << 16 << QPoint(10, 2) << -1 << QPoint(10, 3);
         QTest::newRow("place: four lines, line 3 goes to 2") << 40 << 4 << QPoint(5, 3) << -1 << QPoint(5, 2);
         QTest::newRow("place: no geometry, column 0, line 254") << 0 << 0 << QPoint(10, 5) << -1 << QPoint(0, 254);
     }
@@ -43,13 +41,12 @@ private slots:
     }
 
     // High nibble the foreground, low nibble the background; with a high nibble of 0 the codes 0 to 3 are
-    // shorthands (the others are checked on the screen end to end).
+    // shorthands. Shorthands and ordinary codes are checked on the screen end to end; these are the edges.
     void colorCodes_data()
     {
         QTest::addColumn<int>("code");
         QTest::addColumn<int>("foreground");
         QTest::addColumn<int>("background");
-        QTest::newRow("0x02 shorthand") << 0x02 << 15 << 0;
         QTest::newRow("0x13 not a shorthand") << 0x13 << 1 << 3;
         QTest::newRow("0xD1 high bit") << 0xD1 << 13 << 1;
     }
