@@ -34,7 +34,8 @@ class TestMessage : public QObject
     Q_OBJECT
 
 private slots:
-    // Each pattern goes out most significant byte first and comes back with the same bits.
+    // Each pattern goes out most significant byte first and comes back with the same bits, also when read at an
+    // odd address (values follow each other in a request without padding).
     void patterns_data()
     {
         QTest::addColumn<quint32>("floatBits");
@@ -58,7 +59,9 @@ private slots:
         QCOMPARE(RS232Message::float_to_bytearray(bitCast<float>(floatBits)), bigEndian(floatBits, 4));
         QCOMPARE(bitCast<quint32>(RS232Message::bytearray_to_float(bigEndian(floatBits, 4))), floatBits);
         QCOMPARE(RS232Message::double_to_bytearray(bitCast<double>(doubleBits)), bigEndian(doubleBits, 8));
-        QCOMPARE(bitCast<quint64>(RS232Message::bytearray_to_double(bigEndian(doubleBits, 8))), doubleBits);
+        const QByteArray storage = 'x' + bigEndian(doubleBits, 8);
+        const QByteArray unaligned = QByteArray::fromRawData(storage.constData() + 1, 8);
+        QCOMPARE(bitCast<quint64>(RS232Message::bytearray_to_double(unaligned)), doubleBits);
     }
 
     // An int travels as its upper 16 bits, the lower of the two bytes first.
