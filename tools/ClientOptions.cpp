@@ -43,8 +43,6 @@ bool parseOptions(const QStringList& arguments, ClientOptions* options, QString*
             options->mode = ClientOptions::List;
         } else if (argument == QLatin1String("--list-markdown")) {
             options->mode = ClientOptions::ListMarkdown;
-        } else if (argument == QLatin1String("--list-pairs")) {
-            options->mode = ClientOptions::ListPairs;
         } else if (argument == QLatin1String("--raw")) {
             options->raw = true;
         } else if (is(argument, "-d", "--device")) {

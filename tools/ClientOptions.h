@@ -8,7 +8,7 @@
 
 // What the command line asks for.
 struct ClientOptions {
-    enum Mode { Run, Help, List, ListMarkdown, ListPairs };
+    enum Mode { Run, Help, List, ListMarkdown };
 
     Mode mode = Run;
     QString device = QStringLiteral("/dev/ttyUSB0");

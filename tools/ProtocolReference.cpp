@@ -112,14 +112,6 @@ QString protocolReferenceMarkdown()
         .replace(QLatin1String("@UNIT_TEXTS@"), unitTextTable());
 }
 
-QString commandPairs()
-{
-    QString text;
-    for (const CatalogueEntry* entry : sortedEntries())
-        text += QStringLiteral("%1 %2 %3\n").arg(hex(entry->command)).arg(entry->group).arg(entry->name);
-    return text;
-}
-
 QString commandList()
 {
     QString text;

@@ -43,9 +43,6 @@ int main(int argc, char* argv[])
     case ClientOptions::ListMarkdown:
         out << protocolReferenceMarkdown();
         return 0;
-    case ClientOptions::ListPairs:
-        out << commandPairs();
-        return 0;
     case ClientOptions::Run:
         break;
     }
