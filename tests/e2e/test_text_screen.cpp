@@ -5,28 +5,22 @@
 #include <QRegularExpression>
 #include <QTest>
 
-#include <functional>
-
-namespace {
-const QString PRIVET = QString::fromUtf8("Привет");
-const QByteArray PRIVET_ISO5 = QByteArray::fromHex("bfe0d8d2d5e2");
-enum Selector { LOCALE_CODEC = 0, UTF8 = 1, UTF16 = 2 };
-
-// Expected calls with %1, %2, ... standing for the given handles.
-QStringList withHandles(QStringList calls, const QList<int>& handles)
-{
-    for (QString& call : calls)
-        for (int i = 0; i < handles.size(); ++i)
-            call.replace(QString("%%1").arg(i + 1), QString::number(handles.at(i)));
-    return calls;
-}
-} // namespace
-
 class TestTextScreen : public QObject
 {
     Q_OBJECT
 
     TestRig rig;
+    const QString privet = QString::fromUtf8("Привет");
+    const QByteArray privetIso5 = hex("bfe0d8d2d5e2");
+
+    // Expected calls with %1, %2, ... standing for the given handles.
+    static QStringList withHandles(QStringList calls, const QList<int>& handles)
+    {
+        for (QString& call : calls)
+            for (int i = 0; i < handles.size(); ++i)
+                call.replace(QString("%%1").arg(i + 1), QString::number(handles.at(i)));
+        return calls;
+    }
 
     // Typed bytes have no ACK, commands are ACKed before they run: reading fixed line 1 waits for both.
     bool awaitOverlay() { return !rig.query(0x98, 1, hex("02")).isEmpty(); }
@@ -36,18 +30,16 @@ class TestTextScreen : public QObject
         rig.write(text);
         return awaitOverlay();
     }
-    bool setSelector(int selector) { return command(0x01, 2, byte(selector)); }
     bool cursor(int column, int line) { return command(0x62, 2, byte(column) + byte(line)); }
     bool setLine(int line, const QByteArray& text = {}) { return command(0x98, 2, byte(line) + text); }
     QByteArray readLine(int line) { return rig.query(0x98, 1, byte(line)).mid(1); }
 
-    // The overlay calls an action caused, without those of awaitOverlay().
-    QStringList callsOf(const std::function<void()>& action)
+    // The overlay calls an action caused, without those of awaitOverlay() (text 93's handle, asked for once).
+    template <typename Action> QStringList callsOf(Action action)
     {
         rig.clearCalls();
         action();
         QString calls = awaitOverlay() ? rig.calls().join('\n') + '\n' : "no barrier: " + rig.lastError();
-        // The fixed text's handle is asked for only on its first use.
         return calls.remove("get_text_handle_by_id(93)\n")
             .remove("get_text_string(1093)\n")
             .split('\n', Qt::SkipEmptyParts);
@@ -66,42 +58,32 @@ class TestTextScreen : public QObject
     }
 
 private slots:
-    void initTestCase()
-    {
-        RigOptions options;
-        options.locale = "ru_RU";
-        options.extraArgs = QStringList { "-l", "6" };
-        TALVOX_RIG_START(rig, options);
-    }
+    void initTestCase() { TALVOX_RIG_START(rig, RigOptions { "ru_RU", 0, 0, { "-l", "6" } }); }
+    // Locale codec, clear screen, colours 1 on 13, cursor (0, 3): no cursor data reads (0, 0), 3 the first line.
     void init()
     {
         rig.sim("clear_replies");
-        QVERIFY(setSelector(LOCALE_CODEC) && command(0x88, 0) && command(0x92, 2, hex("1d")) && cursor(0, 3));
+        QVERIFY(command(0x01, 2, hex("00")) && command(0x88, 0) && command(0x92, 2, hex("1d")) && command(0x62, 2));
     }
 
-    void runIsOneTextAndOverwritingStartsAnother()
+    // A typed run is one text; a character continues any text ending at the cursor, else it starts another.
+    void typedRunsAreTexts()
     {
-        const QStringList calls = callsOf([&] { QVERIFY(type("AB")); });
+        QStringList calls = callsOf([&] { QVERIFY(type("AB")); });
         QCOMPARE(calls,
                  withHandles({ "create_text()", "set_text_position(%1, 0, 3)", "set_text_colors(%1, 1, 13)",
                                "show_text(%1)", "get_text_string(%1)", "set_text_string(%1, \"A\")",
                                "get_text_position(%1)", "get_text_string(%1)", "set_text_string(%1, \"AB\")" },
                              textsOn(3)));
-        QVERIFY(cursor(0, 3) && type("C"));
-        QCOMPARE(lineTexts(3), QString("AB at 0, 1 on 13; C at 0, 1 on 13"));
-        QCOMPARE(readLine(4), QByteArray("CAB")); // most recent first
-    }
-
-    void continuesAnyTextEndingAtTheCursor()
-    {
-        QVERIFY(cursor(0, 5) && type("ab") && cursor(5, 5) && type("cd"));
-        QCOMPARE(readLine(6), QByteArray("cdab")); // gaps not filled, texts not sorted by column
-        QVERIFY(cursor(2, 5)); // "ab" ends at column 2: "x" there continues it, past the more recent "cd"
-        const QStringList calls = callsOf([&] { QVERIFY(type("x")); });
+        QVERIFY(cursor(5, 3) && type("cd") && cursor(2, 3)); // "AB" ends at 2: "x" continues it, past "cd"
+        calls = callsOf([&] { QVERIFY(type("x")); });
         QCOMPARE(calls,
                  withHandles({ "get_text_position(%2)", "get_text_position(%1)", "get_text_string(%1)",
-                               "set_text_string(%1, \"abx\")" },
-                             textsOn(5)));
+                               "set_text_string(%1, \"ABx\")" },
+                             textsOn(3)));
+        QVERIFY(cursor(0, 3) && type("C"));
+        QCOMPARE(lineTexts(3), QString("ABx at 0, 1 on 13; cd at 5, 1 on 13; C at 0, 1 on 13"));
+        QCOMPARE(readLine(4), QByteArray("CcdABx")); // most recent first, gaps not filled, not sorted by column
     }
 
     // Advancing wraps after column 39 and past the last line to line 3; a written text runs past the edge.
@@ -112,18 +94,17 @@ private slots:
         QCOMPARE(texts, QString("XY at 38, 1 on 13 | ZW at 0, 1 on 13 | HelloWorld at 35, 1 on 13 | ! at 5, 1 on 13"));
     }
 
+    // Line 3 (1-based) is fixed text 92, line 5 a created text; the reply starts with the line byte.
     void lineRoundTrip_data()
     {
         QTest::addColumn<int>("selector");
-        QTest::addColumn<int>("line"); // 1-based
+        QTest::addColumn<int>("line");
         QTest::addColumn<QByteArray>("sent");
         QTest::addColumn<QByteArray>("answered");
-        const QString marked = QChar(QChar::ByteOrderMark) + PRIVET;
-        const QByteArray utf16(reinterpret_cast<const char*>(marked.utf16()), marked.size() * 2);
-        QTest::newRow("locale codec") << int(LOCALE_CODEC) << 5 << PRIVET_ISO5 << PRIVET_ISO5;
-        QTest::newRow("UTF-8, fixed line 2") << int(UTF8) << 3 << PRIVET.toUtf8() << PRIVET.toUtf8();
+        QTest::newRow("locale codec") << 0 << 5 << privetIso5 << privetIso5;
+        QTest::newRow("UTF-8, fixed line") << 1 << 3 << privet.toUtf8() << privet.toUtf8();
         QTest::newRow("UTF-16 big-endian in, with a byte-order mark in host order out")
-            << int(UTF16) << 5 << QByteArray::fromHex("feff041f04400438043204350442") << utf16;
+            << 2 << 5 << hex("feff041f04400438043204350442") << TestRig::encoded("UTF-16", privet);
     }
     void lineRoundTrip()
     {
@@ -131,33 +112,30 @@ private slots:
         QFETCH(int, line);
         QFETCH(QByteArray, sent);
         QFETCH(QByteArray, answered);
-        QVERIFY(setSelector(selector) && setLine(line, sent));
+        QVERIFY(command(0x01, 2, byte(selector)) && setLine(line, sent));
         QCOMPARE(rig.query(0x98, 1, byte(line)).toHex(), (byte(line) + answered).toHex());
         const QString row = rig.screen().split('\n').value(line); // below the frame's top border
-        QVERIFY2(row.mid(1).startsWith(PRIVET + " "), qPrintable(rig.screen()));
+        QVERIFY2(row.mid(1).startsWith(privet + " "), qPrintable(rig.screen()));
     }
 
-    // Missing request bytes read as 0: the cursor goes to (0, 0), so to line 3; line 0 reads as 255, empty.
-    void requestsWithoutData()
-    {
-        QVERIFY(cursor(20, 9) && command(0x62, 2) && type("+"));
-        QCOMPARE(lineTexts(3), QString("+ at 0, 1 on 13"));
-        QCOMPARE(rig.query(0x98, 1).toHex(), QByteArray("00"));
-    }
-
-    void setLineCreatesThenReuses()
+    // A line's text is created once, then a single text at column 0 only gets the new string; the cursor stays.
+    // The last line is fixed text 91, its handle asked for once; no line byte reads line 0, that is 255: empty.
+    void setLineCalls()
     {
         const QStringList calls = callsOf([&] { QVERIFY(setLine(9, "Hi")); });
-        const QList<int> texts = textsOn(8);
         QCOMPARE(calls,
                  withHandles({ "create_text()", "set_text_position(%1, 0, 8)", "set_text_colors(%1, 1, 13)",
                                "set_text_string(%1, \"Hi\")", "show_text(%1)", "set_text_string(%1, \"Hi\")" },
-                             texts));
-        // A single text at column 0 only gets the new string.
-        QCOMPARE(callsOf([&] { QVERIFY(setLine(9, "Yo")); }),
-                 withHandles({ "get_text_colors(%1)", "get_text_position(%1)", "set_text_string(%1, \"Yo\")" }, texts));
-        QVERIFY(type("c")); // the cursor did not move
+                             textsOn(8)));
+        QCOMPARE(
+            callsOf([&] { QVERIFY(setLine(9, "Yo")); }),
+            withHandles({ "get_text_colors(%1)", "get_text_position(%1)", "set_text_string(%1, \"Yo\")" }, textsOn(8)));
+        QVERIFY(type("c"));
         QCOMPARE(lineTexts(3), QString("c at 0, 1 on 13"));
+        QCOMPARE(callsOf([&] { QVERIFY(setLine(16, "Fix")); }),
+                 QStringList({ "get_text_handle_by_id(91)", "set_text_string(1091, \"Fix\")" }));
+        QCOMPARE(callsOf([&] { QVERIFY(setLine(16)); }), QStringList({ "set_text_string(1091, \"\")" }));
+        QCOMPARE(rig.query(0x98, 1).toHex(), QByteArray("00"));
     }
 
     void setLineReplacesOtherTextsKeepingColours()
@@ -169,25 +147,14 @@ private slots:
         QCOMPARE(lineTexts(9) + "; " + lineTexts(3), QString("New at 0, 2 on 15; Z at 0, 4 on 14"));
     }
 
-    // The last line is fixed text 91; clearing empties it, and it stays.
-    void lastLineIsAFixedText()
-    {
-        const QString byId = "get_text_handle_by_id(91)";
-        QCOMPARE(callsOf([&] { QVERIFY(setLine(16, "Fix")); }),
-                 QStringList({ byId, "set_text_string(1091, \"Fix\")" }));
-        QCOMPARE(readLine(16), QByteArray("Fix"));
-        // The fixed text's handle is known from then on.
-        QCOMPARE(callsOf([&] { QVERIFY(setLine(16)); }), QStringList({ "set_text_string(1091, \"\")" }));
-    }
-
+    // Clearing a line destroys its texts, clearing the screen all created ones; fixed texts and the cursor stay.
     void clearLineThenScreen()
     {
         QVERIFY(type("a") && cursor(5, 3) && type("b") && setLine(6, "x") && setLine(8, "y") && setLine(3, "kept"));
         QVERIFY(cursor(7, 6));
         const QStringList destroyed = withHandles({ "destroy_text(%2)", "destroy_text(%1)" }, textsOn(3));
         QCOMPARE(callsOf([&] { QVERIFY(setLine(4)); }), destroyed);
-        QCOMPARE(readLine(6), QByteArray("x"));
-        QCOMPARE(callsOf([&] { QVERIFY(command(0x88, 0)); }).size(), 2); // all texts; fixed ones and the cursor stay
+        QCOMPARE(callsOf([&] { QVERIFY(command(0x88, 0)); }).size(), 2);
         QCOMPARE(lineTexts(5) + lineTexts(7), QString());
         QCOMPARE(readLine(3), QByteArray("kept"));
         QVERIFY(type("k") && setLine(3));
@@ -209,55 +176,46 @@ private slots:
     void colours_data()
     {
         QTest::addColumn<QByteArray>("data");
-        QTest::addColumn<QString>("onCursorLine"); // the colours of the texts on line 3 afterwards
-        QTest::addColumn<QString>("later");        // a text created afterwards
-        QTest::newRow("cursor") << hex("03") << "15 on 1"
-                                << "c at 0, 15 on 1";
-        QTest::newRow("line 4") << hex("040155") << "1 on 15"
-                                << "c at 0, 1 on 13";
-        QTest::newRow("no data") << QByteArray() << "1 on 13"
-                                 << "c at 0, 1 on 13";
+        QTest::addColumn<QString>("texts"); // on the cursor's line 3 | created on line 8 afterwards
+        QTest::newRow("cursor") << hex("03") << "a at 0, 15 on 1; b at 5, 15 on 1 | c at 0, 15 on 1";
+        QTest::newRow("line 4") << hex("040155") << "a at 0, 1 on 15; b at 5, 1 on 15 | c at 0, 1 on 13";
+        QTest::newRow("no data") << QByteArray() << "a at 0, 1 on 13; b at 5, 1 on 13 | c at 0, 1 on 13";
     }
     void colours()
     {
         QFETCH(QByteArray, data);
-        QFETCH(QString, onCursorLine);
         QVERIFY(type("a") && cursor(5, 3) && type("b") && command(0x92, 2, data) && cursor(0, 8) && type("c"));
-        QCOMPARE(lineTexts(3), QString("a at 0, %1; b at 5, %1").arg(onCursorLine));
-        QTEST(lineTexts(8), "later");
+        QTEST(lineTexts(3) + " | " + lineTexts(8), "texts");
     }
 
     // Set text is decoded in the selected set; typed bytes in the locale codec, and dropped under UTF-8.
     void setTextAndTypedCharacters()
     {
         QCOMPARE(callsOf([&] { QVERIFY(command(0x95, 2)); }), QStringList()); // empty: nothing
-        QVERIFY(type(PRIVET_ISO5) && setSelector(UTF8) && command(0x95, 2, PRIVET.toUtf8()) && type(PRIVET_ISO5));
-        QVERIFY(command(0x95, 2, "!"));
-        QCOMPARE(lineTexts(3), PRIVET + PRIVET + "! at 0, 1 on 13");
+        QVERIFY(type(privetIso5) && command(0x01, 2, hex("01")) && command(0x95, 2, privet.toUtf8()));
+        QVERIFY(type(privetIso5) && command(0x95, 2, "!"));
+        QCOMPARE(lineTexts(3), privet + privet + "! at 0, 1 on 13");
     }
 
+    // Five lines from the first (0: -1), in 1 on 13 at column 0, for the given time; byte 2 unread.
     void tempTexts_data()
     {
         QTest::addColumn<QByteArray>("data");
         QTest::addColumn<QStringList>("expected");
-        const auto draw = [](const QStringList& t, int line, int time) { // five calls, one per line
+        const auto draw = [](const QStringList& t, int line, int time) {
             QStringList calls;
             for (int i = 0; i < 5; ++i)
                 calls << QString("draw_temp_text(\"%1\", 1, 13, 0, %2, %3)").arg(t.value(i)).arg(line + i).arg(time);
             return calls;
         };
-        QTest::newRow("first line 0 draws at -1, byte 2 unread") << hex("00037f") + "x" << draw({ "x" }, -1, 3);
+        QTest::newRow("first line 0, one text") << hex("00037f") + "x" << draw({ "x" }, -1, 3);
         QTest::newRow("locale codec, beyond the fifth ignored")
             << hex("02ff00b6") + QByteArray("\0b\0c\0d\0e\0f", 10) << draw({ "Ж", "b", "c", "d", "e" }, 1, 255);
-        QTest::newRow("no data") << QByteArray() << draw({}, -1, 0);
     }
     void tempTexts()
     {
         QFETCH(QByteArray, data);
-        QFETCH(QStringList, expected);
-        rig.clearCalls();
-        QVERIFY(rig.send(0xD7, 2, data) && rig.waitForCall(expected.last()));
-        QCOMPARE(rig.calls(), expected);
+        QTEST(callsOf([&] { QVERIFY(rig.send(0xD7, 2, data)); }), "expected");
         QVERIFY(type("z")); // not part of the character screen: the cursor did not move
         QCOMPARE(lineTexts(3), QString("z at 0, 1 on 13"));
     }
@@ -266,13 +224,12 @@ private slots:
     void rewritingAFieldInPlaceKeepsOneText()
     {
         const auto write = [&](const QByteArray& text) { return cursor(10, 5) && command(0x95, 2, text); };
-        const auto row = [&] { return rig.screen().split('\n').value(6).mid(11, 8); }; // line 5, columns 10 to 17
-        QVERIFY(write("111111") && write("22"));
-        QCOMPARE(lineTexts(5), QString("111111 at 10, 1 on 13; 22 at 10, 1 on 13")); // partly covered: kept
-        QCOMPARE(row(), QString("221111  "));
+        // The texts on line 5, then the screen's columns 10 to 17 there.
+        const auto shown = [&] { return lineTexts(5) + " | " + rig.screen().split('\n').value(6).mid(11, 8); };
+        QVERIFY(write("111111") && write("22")); // partly covered: kept
+        QCOMPARE(shown(), QString("111111 at 10, 1 on 13; 22 at 10, 1 on 13 | 221111  "));
         QVERIFY(cursor(8, 5) && type("ab") && command(0x95, 2, "333333")); // "ab333333", continued, over both
-        QCOMPARE(lineTexts(5), QString("ab333333 at 8, 1 on 13"));
-        QCOMPARE(row(), QString("333333  "));
+        QCOMPARE(shown(), QString("ab333333 at 8, 1 on 13 | 333333  "));
 
         // 2,000 refreshes of one field: one text, and the last refresh makes the same calls as the second.
         const auto refresh = [&] {
@@ -285,16 +242,14 @@ private slots:
         QCOMPARE(refresh(), firstCalls);
         QCOMPARE(firstCalls.filter("destroy_text").size(), 1);
         QCOMPARE(rig.sim("created_text_count").value(0).toInt(), 2);
-        QCOMPARE(lineTexts(5), QString("ab333333 at 8, 1 on 13; NNNNNN at 10, 1 on 13"));
-        QCOMPARE(row(), QString("NNNNNN  "));
+        QCOMPARE(shown(), QString("ab333333 at 8, 1 on 13; NNNNNN at 10, 1 on 13 | NNNNNN  "));
     }
 
     // Commands 252, 253, 254: show, hide, toggle text 87; the toggle asks whether it is visible.
     void textVisibilityById()
     {
         const auto step = [&](int id) { return callsOf([&] { QVERIFY(command(id, 0, "ignored")); }); };
-        const QString byId = "get_text_handle_by_id(87)";
-        QCOMPARE(step(253), QStringList({ byId, "hide_text(1087)" }));
+        QCOMPARE(step(253), QStringList({ "get_text_handle_by_id(87)", "hide_text(1087)" }));
         // Asked for once: the handle of a fixed text stays for the overlay's lifetime.
         QCOMPARE(step(254), QStringList({ "is_text_visible(1087)", "show_text(1087)" }));
         QCOMPARE(step(254), QStringList({ "is_text_visible(1087)", "hide_text(1087)" }));
