@@ -248,8 +248,11 @@ QByteArray TestRig::frame(quint8 command, quint8 group, const QByteArray& data)
 
 QByteArray TestRig::encoded(const char* codec, const QString& text)
 {
-    const QTextCodec* const found = QTextCodec::codecForName(codec);
-    return qstrcmp(codec, "UTF-16") == 0 ? QtCompat::encodeWithByteOrderMark(found, text) : found->fromUnicode(text);
+    if (qstrcmp(codec, "UTF-16") != 0)
+        return QTextCodec::codecForName(codec)->fromUnicode(text);
+    // Built by hand rather than by a codec, as an independent check of the service's.
+    const QString marked = QChar(QChar::ByteOrderMark) + text;
+    return QByteArray(reinterpret_cast<const char*>(marked.utf16()), int(marked.size() * 2));
 }
 
 void TestRig::write(const QByteArray& bytes)

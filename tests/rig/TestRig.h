@@ -62,7 +62,7 @@ public:
 
     // The serial line, seen from the PC.
     static QByteArray frame(quint8 command, quint8 group, const QByteArray& data = {});
-    // A text in a character set as the line carries it ("UTF-16": a byte-order mark, then host order).
+    // A text in a character set as the line carries it ("UTF-16": a byte-order mark, then host order, built by hand).
     static QByteArray encoded(const char* codec, const QString& text);
     void write(const QByteArray& bytes);
     // Exactly n bytes, or fewer if the time-out passes first; n < 0: what has arrived so far, without waiting.
