@@ -61,8 +61,7 @@ private slots:
         QFETCH(QString, locale);
         // Signals arrive in order: once the new meter count shows, the locale before it is in force.
         static double metres = 10;
-        metres += 1;
-        QVERIFY(rig.emitSignal("locale_changed", { locale }) && rig.emitSignal("meter_counter_changed", { metres }));
+        QVERIFY(rig.emitSignal("locale_changed", { locale }) && rig.emitSignal("meter_counter_changed", { ++metres }));
         QVERIFY(QTest::qWaitFor([&] { return meterCounter1() == float(metres); }, 3000));
         QTEST(rig.query(0x90, QUERY, "\x03"), "textBytes");
     }
