@@ -4,38 +4,10 @@
 
 #include <QtTest>
 
-namespace {
-// A double as the simulator writes it into its call log.
-QString logged(double value)
-{
-    return QString::number(value, 'g', QLocale::FloatingPointShortest);
-}
-} // namespace
-
 class TestDeviceValues : public QObject
 {
     Q_OBJECT
     TestRig m_rig;
-
-    // Signals and serial frames reach the service on different paths: values are asked for until they show.
-    // Switches the locale and waits until counter 1 at 1.0 m reads in the new unit.
-    bool useLocale(const QString& code)
-    {
-        m_rig.sim("set_locale", { code });
-        const QByteArray one = code == "en_US" ? hex("4051eb85") : hex("3f800000");
-        return m_rig.emitSignal("locale_changed", { code }) && m_rig.emitSignal("meter_counter_changed", { 1.0 })
-            && QTest::qWaitFor([&] { return m_rig.query(0x30, QUERY) == one; }, 3000);
-    }
-
-    // Emits a crawler pitch and waits until the inclination value (0xFB) is about the expected gradient.
-    bool pitchGives(double pitch, float expected)
-    {
-        const auto shows = [&] {
-            const QByteArray value = m_rig.query(0xFB, QUERY);
-            return value.size() == 4 && qAbs(qFromBigEndian<float>(value.constData()) - expected) < 0.001f;
-        };
-        return m_rig.emitSignal("crawler_pitch", { pitch }) && QTest::qWaitFor(shows, 3000);
-    }
 
 private slots:
     void initTestCase() { TALVOX_RIG_START(m_rig); }
@@ -56,16 +28,13 @@ private slots:
         QTest::newRow("set, short") << quint8(0x70) << SETTING << hex("0102") << "set_videocounter(1, 1, 2, 0, 0)";
         QTest::newRow("3D 0xD6, data ignored") << quint8(0xD6) << ACTION << hex("0909") << "set_sensor_3d_cmd(1, 0)";
         QTest::newRow("position") << quint8(0xD4) << SETTING << hex("3ff8000000000000c002000000000000 4202a05f20000000")
-                                  << "set_sensor_3d_start_position(1.5, -2.25, " + logged(1e10) + ')';
+                                  << "set_sensor_3d_start_position(1.5, -2.25, 1e+10)";
         // Missing bytes read as 0: the second double is 0x4008 followed by zeros.
         QTest::newRow("position, short") << quint8(0xD4) << SETTING << hex("3ff8000000000000 4008")
                                          << "set_sensor_3d_start_position(1.5, 3, 0)";
-        QTest::newRow("counter 3 set under 0x3C")
-            << quint8(0x3C) << SETTING << hex("41480000") << "set_meter_counter_abs(12.5)";
-        QTest::newRow("counter 1, short") << quint8(0x30) << SETTING << hex("4148") << "set_meter_counter(12.5)";
-        // Floats widened to doubles, not re-read as decimal text.
+        // Floats widened to doubles (0.1f: 0.10000000149011612), not re-read as decimal text.
         QTest::newRow("orientation") << quint8(0xD5) << SETTING << hex("3dcccccd c2b48000")
-                                     << "set_sensor_3d_start_orientation(" + logged(0.1f) + ", -90.25)";
+                                     << "set_sensor_3d_start_orientation(0.10000000149011612, -90.25)";
     }
     void busCalls()
     {
@@ -93,6 +62,13 @@ private slots:
     // of the three, the direction command alone logs nothing. Init resets the value until the next pitch.
     void inclination()
     {
+        const auto pitchGives = [&](double pitch, float expected) { // once the value (0xFB) is about the gradient
+            const auto shows = [&] {
+                const QByteArray value = m_rig.query(0xFB, QUERY);
+                return value.size() == 4 && qAbs(qFromBigEndian<float>(value.constData()) - expected) < 0.001f;
+            };
+            return m_rig.emitSignal("crawler_pitch", { pitch }) && QTest::qWaitFor(shows, 3000);
+        };
         QVERIFY(pitchGives(45.0, 100.0f));
         const QByteArray value = m_rig.query(0xFB, QUERY);
         const int logStart = m_rig.serviceLog().size();
@@ -158,45 +134,38 @@ private slots:
         QCOMPARE(m_rig.query(0x11, QUERY, hex("0201")) + m_rig.query(0x11, QUERY), hex("02010100 00000100"));
         QCOMPARE(m_rig.calls(), QStringList { "get_camera_module_type()" });
         m_rig.setValue("crawler_pressure1", 3);
-        m_rig.setValue("crawler_roll", 1.0);
         m_rig.sim("set_service_present", { "local.vemo.travend", false });
-        const QByteArray replies
-            = m_rig.query(0xC2, QUERY) + m_rig.query(0xC4, QUERY) + m_rig.query(0x11, QUERY, hex("0101"));
+        const QByteArray replies = m_rig.query(0xC2, QUERY) + m_rig.query(0x11, QUERY, hex("0101"));
         m_rig.sim("set_service_present", { "local.vemo.travend", true });
-        QCOMPARE(replies, hex("00000000 00000000 01010000"));
+        QCOMPARE(replies, hex("00000000 01010000"));
     }
 
-    // Counter 3 is read under 0x3B but set under 0x3C. Wheel length and resolution are never in feet.
-    void counterQueries_data()
+    // Counter 3 is read under 0x3B but set under 0x3C; 0x3B sets nothing. Wheel length and resolution (the next id)
+    // are never in feet. A setting in feet becomes metres in single precision, then travels as a double.
+    void counters_data()
     {
-        QTest::addColumn<QString>("signal");
+        QTest::addColumn<QString>("counter"); // its signal <counter>_changed, its setter set_<counter>
         QTest::addColumn<quint8>("query");
+        QTest::addColumn<quint8>("setting");
         QTest::addColumn<quint8>("wheelLength");
-        QTest::addColumn<quint8>("resolution");
-        QTest::newRow("counter 1") << "meter_counter_changed" << quint8(0x30) << quint8(0x34) << quint8(0x35);
-        QTest::newRow("counter 2") << "meter_counter_sat_changed" << quint8(0x36) << quint8(0x39) << quint8(0x3A);
-        QTest::newRow("counter 3") << "meter_counter_abs_changed" << quint8(0x3B) << quint8(0x3D) << quint8(0x3E);
+        QTest::newRow("counter 1") << "meter_counter" << quint8(0x30) << quint8(0x30) << quint8(0x34);
+        QTest::newRow("counter 2") << "meter_counter_sat" << quint8(0x36) << quint8(0x36) << quint8(0x39);
+        QTest::newRow("counter 3") << "meter_counter_abs" << quint8(0x3B) << quint8(0x3C) << quint8(0x3D);
     }
-    void counterQueries()
+    void counters()
     {
-        QFETCH(QString, signal);
+        QFETCH(QString, counter);
         QFETCH(quint8, query);
+        QFETCH(quint8, setting);
         QFETCH(quint8, wheelLength);
-        QFETCH(quint8, resolution);
-        QVERIFY(useLocale("en_US") && m_rig.emitSignal(signal, { 12.5 }));
+        // Signals and serial frames reach the service on different paths: the value is asked for until it shows.
+        QVERIFY(m_rig.emitSignal("locale_changed", { "en_US" }) && m_rig.emitSignal(counter + "_changed", { 12.5 }));
         QTRY_COMPARE(m_rig.query(query, QUERY), hex("42240000")); // 12.5 m x 3.28 = 41.0 ft
         // 200.0; the integer 20 in the two-byte integer form is two zero bytes.
-        QCOMPARE(m_rig.query(wheelLength, QUERY) + m_rig.query(resolution, QUERY), hex("43480000 0000"));
-    }
-
-    // Feet become metres in single precision, then travel as a double. 0x3B sets nothing: counter 3 is set
-    // under 0x3C.
-    void counterSetInFeet()
-    {
-        QVERIFY(useLocale("en_US"));
+        QCOMPARE(m_rig.query(wheelLength, QUERY) + m_rig.query(wheelLength + 1, QUERY), hex("43480000 0000"));
         m_rig.clearCalls();
-        const QString expected = "set_meter_counter_sat(" + logged(float(10.0 / 3.28)) + ')';
-        QVERIFY(m_rig.send(0x3B, SETTING, hex("41200000")) && m_rig.send(0x36, SETTING, hex("41200000")));
+        const QString expected = "set_" + counter + "(3.0487804412841797)"; // 10 ft: float(10 / 3.28)
+        QVERIFY(m_rig.send(0x3B, SETTING, hex("41200000")) && m_rig.send(setting, SETTING, hex("41200000")));
         QVERIFY(m_rig.waitForCall(expected));
         QCOMPARE(m_rig.calls(), QStringList { expected });
     }

@@ -12,25 +12,6 @@
 #define TALVOX_ASAN 1
 #endif
 #endif
-#if defined(TALVOX_ASAN) || defined(__SANITIZE_ADDRESS__)
-const bool MEMORY_IS_MEANINGFUL = false;
-#else
-const bool MEMORY_IS_MEANINGFUL = true;
-#endif
-
-namespace {
-// Noise with valid frames mixed in, as a loose connector or a confused PC delivers it.
-QByteArray noiseWithFrames(QRandomGenerator& random, int size)
-{
-    QByteArray bytes;
-    while (bytes.size() < size) {
-        for (int i = int(random.bounded(1, 700)); i > 0; --i)
-            bytes.append(char(random.bounded(256)));
-        bytes.append(random.bounded(2) ? TestRig::frame(0x01, 1) : TestRig::frame(0x05, 0));
-    }
-    return bytes;
-}
-} // namespace
 
 class TestRobustness : public QObject
 {
@@ -38,41 +19,46 @@ class TestRobustness : public QObject
 
     TestRig m_rig;
 
-    // Writes in slices and drains the answers as a PC would, so neither side of the pty fills up,
-    // then waits until the service has handled every byte of it.
-    bool storm(const QByteArray& bytes)
-    {
-        for (int offset = 0; offset < bytes.size(); offset += 2048) {
-            m_rig.write(bytes.mid(offset, 2048));
-            m_rig.readAvailable();
-        }
-        // Zeros end any frame left open: they fill its data (at most 510 bytes), the
-        // first where 0x03 is due is refused, and they are ignored while idle.
-        m_rig.write(QByteArray(600, '\0'));
-        return m_rig.sync();
-    }
-
 private slots:
     void initTestCase() { TALVOX_RIG_START(m_rig, RigOptions { QString(), 0, 0, { "-l", "5" } }); }
 
     void survivesNoiseWithoutGrowing()
     {
         QRandomGenerator random(20261122);
+        // Noise with valid frames mixed in, as a loose connector or a confused PC delivers it. Written in slices
+        // with the answers drained as a PC would, so neither side of the pty fills up; then the barrier.
+        const auto storm = [&](int size) {
+            QByteArray bytes;
+            while (bytes.size() < size) {
+                for (int i = int(random.bounded(1, 700)); i > 0; --i)
+                    bytes.append(char(random.bounded(256)));
+                bytes.append(random.bounded(2) ? TestRig::frame(0x01, 1) : TestRig::frame(0x05, 0));
+            }
+            for (int offset = 0; offset < bytes.size(); offset += 2048) {
+                m_rig.write(bytes.mid(offset, 2048));
+                m_rig.readAvailable();
+            }
+            // Zeros end any frame left open: they fill its data (at most 510 bytes), the
+            // first where 0x03 is due is refused, and they are ignored while idle.
+            m_rig.write(QByteArray(600, '\0'));
+            return m_rig.sync();
+        };
         // Locale codec: printable noise is typed on the character screen.
         QVERIFY(m_rig.send(0x01, 2, QByteArray(1, 0)));
-        QVERIFY2(storm(noiseWithFrames(random, 3000)), qPrintable(m_rig.lastError()));
+        QVERIFY2(storm(3000), qPrintable(m_rig.lastError()));
         QVERIFY(m_rig.send(0x88, 0));
 
         // UTF-8: typed characters are ignored, so the noise exercises receiver and dispatch at full speed.
         QVERIFY(m_rig.send(0x01, 2, QByteArray(1, 1)));
-        QVERIFY2(storm(noiseWithFrames(random, 20000)), qPrintable(m_rig.lastError()));
+        QVERIFY2(storm(20000), qPrintable(m_rig.lastError()));
         const qint64 before = m_rig.serviceProcValue("status", "VmRSS:"); // resident memory in KiB
         QVERIFY(before > 0);
-        QVERIFY2(storm(noiseWithFrames(random, 60000)), qPrintable(m_rig.lastError()));
-        QCOMPARE(m_rig.waitForExit(0), -1);
+        QVERIFY2(storm(60000), qPrintable(m_rig.lastError()));
         const qint64 after = m_rig.serviceProcValue("status", "VmRSS:");
         qInfo("resident memory: %lld KiB after warm-up, %lld KiB after 60000 more bytes", before, after);
-        QVERIFY2(!MEMORY_IS_MEANINGFUL || after - before < 1024, qPrintable(QString("+%1 KiB").arg(after - before)));
+#if !defined(TALVOX_ASAN) && !defined(__SANITIZE_ADDRESS__)
+        QVERIFY2(after - before < 1024, qPrintable(QString("+%1 KiB").arg(after - before)));
+#endif
 
         // Random frames may have changed the selector: set it and read it back.
         QVERIFY(m_rig.send(0x01, 2, QByteArray(1, 1)));

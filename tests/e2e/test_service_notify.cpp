@@ -37,6 +37,7 @@ class ServiceNotifyTest : public QObject
     int count(const char* text) const { return int(said.count(text)); }
 
 private slots:
+    void cleanupTestCase() { ::close(notifySocket); }
     void initTestCase()
     {
 #ifdef TALVOX_NO_LIBSYSTEMD
@@ -55,10 +56,6 @@ private slots:
         // A 200 ms watchdog: the service pings every 100 ms.
         const QStringList environment { "NOTIFY_SOCKET=@" + QString::fromLatin1(name), "WATCHDOG_USEC=200000" };
         TALVOX_RIG_START(rig, RigOptions { {}, 0, 0, {}, environment });
-    }
-    void cleanupTestCase()
-    {
-        ::close(notifySocket);
     }
 
     void readyComesFirstOnceServing()

@@ -19,41 +19,39 @@ private slots:
     void earlyExits_data()
     {
         QTest::addColumn<QStringList>("args");
-        QTest::addColumn<QString>("heldLock");  // a lock file held by a live instance (this test)
-        QTest::addColumn<QString>("staleLock"); // a lock file left by an instance that died
+        QTest::addColumn<QString>("lock"); // a lock file in place
+        QTest::addColumn<bool>("held");    // by a live instance (this test), or left by one that died
         QTest::addColumn<int>("exitCode");
         QTest::addColumn<QByteArray>("logged");
         QTest::addColumn<QByteArray>("notLogged");
         QTest::addColumn<QString>("console"); // standard output without its colours
 
         QTest::newRow("default device's lock held, before any log line")
-            << QStringList { "-l", "7" } << "tvx-ttyUSB0.lock"
-            << "" << 1 << QByteArray("another instance is running\n") << QByteArray("start initialize RS232") << "";
-        QTest::newRow("stale lock: taken over")
-            << QStringList { "-d", "xyz", "-l", "5" } << ""
-            << "tvx-xyz.lock" << 8 << QByteArray("]: start initialize RS232\n") << QByteArray("another") << "";
-        QTest::newRow("missing device") << QStringList { "-d", "xyz", "-l", "3" } << ""
-                                        << "" << 8 << QByteArray("]: interface /dev/xyz doesn't exists!\n")
+            << QStringList { "-l", "7" } << "tvx-ttyUSB0.lock" << true << 1
+            << QByteArray("another instance is running\n") << QByteArray("start initialize RS232") << "";
+        QTest::newRow("missing device") << QStringList { "-d", "xyz", "-l", "3" } << "" << false << 8
+                                        << QByteArray("]: interface /dev/xyz doesn't exists!\n")
                                         << QByteArray("start initialize RS232") << "";
         QTest::newRow("device that is no serial port")
-            << QStringList { "-d", "null", "-l", "3" } << ""
-            << "" << 2 << QByteArray("]: cannot open /dev/null: ") << QByteArray("result: OK") << "";
-        QTest::newRow("last -d wins, plain arguments ignored")
-            << QStringList { "plain", "-d", "abc", "other", "-d", "xyz", "-l", "5" } << ""
-            << "" << 8 << QByteArray("]: start initialize RS232\n") << QByteArray("/dev/abc") << "";
+            << QStringList { "-d", "null", "-l", "3" } << "" << false << 2 << QByteArray("]: cannot open /dev/null: ")
+            << QByteArray("result: OK") << "";
+        // Exit 8, not 1: the lock of the instance that died is taken over (and removed), that of /dev/abc not taken.
+        QTest::newRow("stale lock taken over; last -d wins, plain arguments ignored")
+            << QStringList { "plain", "-d", "abc", "other", "-d", "xyz", "-l", "5" } << "tvx-xyz.lock" << false << 8
+            << QByteArray("]: start initialize RS232\n") << QByteArray("/dev/abc") << "";
         // The slashes go into the lock file's name, whose directory does not exist.
         const QString file = "Filename: /tmp/tvx-/dev/ttyS1.lock";
         QTest::newRow("device as a path")
-            << QStringList { "-d", "/dev/ttyS1", "-l", "7" } << ""
-            << "" << 1 << QByteArray("error on .lock-file creation\n") << QByteArray("]:")
+            << QStringList { "-d", "/dev/ttyS1", "-l", "7" } << "" << false << 1
+            << QByteArray("error on .lock-file creation\n") << QByteArray("]:")
             << "<talvox.cpp          > [?] (lock_start                ): " + file.leftJustified(74, '.') + "------\n";
     }
 
     void earlyExits()
     {
         QFETCH(QStringList, args);
-        QFETCH(QString, heldLock);
-        QFETCH(QString, staleLock);
+        QFETCH(QString, lock);
+        QFETCH(bool, held);
         QFETCH(QByteArray, logged);
         QFETCH(QByteArray, notLogged);
         if (geteuid() != 0)
@@ -62,12 +60,9 @@ private slots:
         const QString dir = TALVOX_TEST_RUNS_DIR "/startup-" + QString::number(++runs);
         QDir(dir).removeRecursively();
         QDir().mkpath(dir + "/tmp");
-        QFile stale(dir + "/tmp/" + staleLock);
-        QVERIFY(staleLock.isEmpty() || (stale.open(QIODevice::WriteOnly) && stale.write("4711\n") > 0));
-        stale.close();
-        QFile lock(dir + "/tmp/" + heldLock);
-        QVERIFY(heldLock.isEmpty() || (lock.open(QIODevice::ReadWrite) && lock.write("held by pid 4711") > 0));
-        QVERIFY(heldLock.isEmpty() || flock(lock.handle(), LOCK_EX | LOCK_NB) == 0);
+        QFile lockFile(dir + "/tmp/" + lock);
+        QVERIFY(lock.isEmpty() || (lockFile.open(QIODevice::ReadWrite) && lockFile.write("held by pid 4711") > 0));
+        QVERIFY(!held || flock(lockFile.handle(), LOCK_EX | LOCK_NB) == 0);
 
         QProcess talvox;
         talvox.start("sh", QStringList { QFINDTESTDATA("../../sim-env/run-isolated"), dir, TALVOX_BINARY } + args);
@@ -79,9 +74,8 @@ private slots:
         QTEST(QString(out).remove(QRegularExpression("\x1b\\[[0-9;]*m")), "console");
 
         // Exit 1 leaves another instance's lock as it was; other exits remove their own.
-        QCOMPARE(QDir(dir + "/tmp").entryList(QDir::Files),
-                 heldLock.isEmpty() ? QStringList() : QStringList { heldLock });
-        QVERIFY(heldLock.isEmpty() || (lock.seek(0) && lock.readAll() == "held by pid 4711"));
+        QCOMPARE(QDir(dir + "/tmp").entryList(QDir::Files), held ? QStringList { lock } : QStringList());
+        QVERIFY(!held || (lockFile.seek(0) && lockFile.readAll() == "held by pid 4711"));
     }
 
     // A termination signal ends the service through its event loop: exit 0, lock file removed. The baud option
