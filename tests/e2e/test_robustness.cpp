@@ -25,14 +25,18 @@ private slots:
     void survivesNoiseWithoutGrowing()
     {
         QRandomGenerator random(20261122);
-        // Noise with valid frames mixed in, as a loose connector or a confused PC delivers it. Written in slices
-        // with the answers drained as a PC would, so neither side of the pty fills up; then the barrier.
+        // Noise with frames mixed in, as a loose connector or a confused PC delivers it: bytes that start no frame,
+        // then mostly valid frames (a query, an unknown command), now and then a frame start followed by noise
+        // (a random frame, almost always refused, which costs the rest of its read). Written in slices with the
+        // answers drained as a PC would, so neither side of the pty fills up; then the barrier.
         const auto storm = [&](int size) {
             QByteArray bytes;
             while (bytes.size() < size) {
-                for (int i = int(random.bounded(1, 700)); i > 0; --i)
-                    bytes.append(char(random.bounded(256)));
-                bytes.append(random.bounded(2) ? TestRig::frame(0x01, 1) : TestRig::frame(0x05, 0));
+                const quint32 kind = random.bounded(64);
+                bytes.append(kind == 0 ? "\x02" : "");
+                for (int i = int(random.bounded(kind == 0 ? 700 : 40)); i > 0; --i)
+                    bytes.append(char(random.bounded(3, 256)));
+                bytes.append(kind == 0 ? QByteArray() : TestRig::frame(kind % 2 ? 0x01 : 0x05, kind % 2));
             }
             for (int offset = 0; offset < bytes.size(); offset += 2048) {
                 m_rig.write(bytes.mid(offset, 2048));
