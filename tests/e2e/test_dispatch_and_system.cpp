@@ -19,7 +19,7 @@ private slots:
     // locale writes digits of its own, which must reach neither the line nor the date command.
     void initTestCase()
     {
-        TALVOX_RIG_START(rig, RigOptions { "ru_RU", 0, 0, {}, { "LC_ALL=ar_EG.UTF-8" } });
+        TALVOX_RIG_START(rig, RigOptions { "ru_RU", {}, { "LC_ALL=ar_EG.UTF-8" } });
         const QByteArray text = "\x03" + QStringLiteral("Жť€ș").toUtf8();
         QVERIFY(setSelector(hex("01")) && rig.send(0x90, SETTING, text) && setSelector(hex("00")));
     }

@@ -20,7 +20,7 @@ class TestRobustness : public QObject
     TestRig m_rig;
 
 private slots:
-    void initTestCase() { TALVOX_RIG_START(m_rig, RigOptions { QString(), 0, 0, { "-l", "5" } }); }
+    void initTestCase() { TALVOX_RIG_START(m_rig, RigOptions { QString(), { "-l", "5" } }); }
 
     void survivesNoiseWithoutGrowing()
     {

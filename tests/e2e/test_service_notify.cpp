@@ -55,7 +55,7 @@ private slots:
         clock.start();
         // A 200 ms watchdog: the service pings every 100 ms.
         const QStringList environment { "NOTIFY_SOCKET=@" + QString::fromLatin1(name), "WATCHDOG_USEC=200000" };
-        TALVOX_RIG_START(rig, RigOptions { {}, 0, 0, {}, environment });
+        TALVOX_RIG_START(rig, RigOptions { {}, {}, environment });
     }
 
     void readyComesFirstOnceServing()

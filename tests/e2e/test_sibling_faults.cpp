@@ -87,7 +87,7 @@ private slots:
     // talvox starts before the sibling services: the screen size is read on first use once the overlay is there.
     void lateSiblingIsReadOnFirstUse()
     {
-        TALVOX_RIG_START(*rig, RigOptions { {}, 0, 0, {}, {}, true });
+        TALVOX_RIG_START(*rig, RigOptions { {}, {}, {}, true });
         QCOMPARE(rig->query(0x70, 1).toHex(), QByteArray("63636363"));
         QVERIFY(rig->startSimulator());
 

@@ -91,7 +91,7 @@ private slots:
     {
         QFETCH(int, signal);
         TestRig rig;
-        TALVOX_RIG_START(rig, RigOptions { {}, 0, 0, { "-b", "fast" } });
+        TALVOX_RIG_START(rig, RigOptions { {}, { "-b", "fast" } });
         QVERIFY(QFile::exists(rig.lockFilePath()));
         rig.signalService(signal);
         QCOMPARE(rig.waitForExit(5000), 0);

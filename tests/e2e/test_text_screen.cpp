@@ -58,7 +58,7 @@ class TestTextScreen : public QObject
     }
 
 private slots:
-    void initTestCase() { TALVOX_RIG_START(rig, RigOptions { "ru_RU", 0, 0, { "-l", "6" } }); }
+    void initTestCase() { TALVOX_RIG_START(rig, RigOptions { "ru_RU", { "-l", "6" } }); }
     // Locale codec, clear screen, colours 1 on 13, cursor (0, 3): no cursor data reads (0, 0), 3 the first line.
     void init()
     {

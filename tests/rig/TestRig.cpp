@@ -99,9 +99,7 @@ bool TestRig::start(const RigOptions& options)
 
     if (!options.lateSimulator && !startSimulator())
         return false;
-    const int width = options.screenWidth, lines = options.screenCount;
-    if ((!options.locale.isEmpty() && !simCall("set_locale", { options.locale }))
-        || ((width || lines) && !simCall("set_screen_size", { width ? width : 40, lines ? lines : 16 })) || !openLine())
+    if ((!options.locale.isEmpty() && !simCall("set_locale", { options.locale })) || !openLine())
         return false;
 
     m_options = options;

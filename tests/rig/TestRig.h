@@ -24,13 +24,11 @@ inline QByteArray byte(int value)
     return QByteArray(1, char(value));
 }
 
-// The simulator's locale ("": de_DE), overlay columns and lines (0: 40 x 16), talvox's arguments after "-d pts/N -l 7",
-// variables ("NAME=value") added to talvox's environment; lateSimulator: talvox starts without the sibling
-// services, the test calls startSimulator() (locale and screen unset).
+// The simulator's locale ("": de_DE; its screen is 40 x 16), talvox's arguments after "-d pts/N -l 7", variables
+// ("NAME=value") added to talvox's environment; lateSimulator: talvox starts without the sibling services, the
+// test calls startSimulator() (locale unset).
 struct RigOptions {
     QString locale;
-    int screenWidth = 0;
-    int screenCount = 0;
     QStringList extraArgs = {};
     QStringList environment = {};
     bool lateSimulator = false;
