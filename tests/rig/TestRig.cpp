@@ -102,18 +102,11 @@ bool TestRig::start(const RigOptions& options)
     if ((!options.locale.isEmpty() && !simCall("set_locale", { options.locale })) || !openLine())
         return false;
 
-    m_options = options;
-    return startService();
-}
-
-bool TestRig::startService()
-{
     // run-isolated execs into unshare, sh and then talvox: one process id.
-    m_service
-        = spawn("talvox.log",
-                QStringList { "sh", TALVOX_SIM_ENV_DIR "/run-isolated", m_dir, TALVOX_BIN, "-d", m_device, "-l", "7" }
-                    + m_options.extraArgs,
-                m_options.environment);
+    const QStringList command {
+        "sh", TALVOX_SIM_ENV_DIR "/run-isolated", m_dir, TALVOX_BIN, "-d", m_device, "-l", "7"
+    };
+    m_service = spawn("talvox.log", command + options.extraArgs, options.environment);
     return cameUp(*m_service, [&] { return serviceLog().contains(READY_LINE); })
         || fail(QString("talvox did not get ready (exit code %1): %2").arg(waitForExit(0)).arg(tail(serviceLog())));
 }

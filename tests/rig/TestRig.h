@@ -122,7 +122,6 @@ public:
     QString lockFilePath() const { return m_dir + "/tmp/tvx-" + m_device + ".lock"; }
 
 private:
-    bool startService();
     bool fail(const QString& error);
     bool checkSupported();
     bool startBus();
@@ -132,7 +131,6 @@ private:
     std::optional<QVariantList> simCall(const QString& method, const QVariantList& args);
 
     QString m_dir, m_error, m_busName, m_busAddress, m_device;
-    RigOptions m_options;
     bool m_unsupported = false;
     std::unique_ptr<QProcess> m_bus, m_simulator, m_service;
     int m_master = -1, m_slave = -1; // the PC's end of the line, and the service's kept open until it opens it
