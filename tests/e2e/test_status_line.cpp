@@ -53,6 +53,17 @@ private slots:
         QCOMPARE(rig.query(0x90, QUERY, request.left(1)), request);
     }
 
+    // A reply the two length bytes cannot announce is cut at 510 data bytes, and the cut logged: here the item
+    // byte, a byte-order mark and 255 characters in UTF-16, 513 bytes.
+    void replyTooLongIsCut()
+    {
+        const QString text(255, 'x');
+        QVERIFY(rig.send(0x01, SETTING, hex("01")) && rig.send(0x90, SETTING, hex("01") + text.toLatin1()));
+        QVERIFY(rig.send(0x01, SETTING, hex("02")));
+        QCOMPARE(rig.query(0x90, QUERY, hex("01")), (hex("01") + TestRig::encoded("UTF-16", text)).left(510));
+        QVERIFY(rig.waitForLog("]: RS232::send_message: reply of 513 bytes cut to 510\n"));
+    }
+
     // Any other item is the text id itself (here none: handle 0, an empty text), replied without the item byte;
     // no item byte reads as item 0, which writing ignores.
     void otherStatusItems()
