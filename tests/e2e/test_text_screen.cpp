@@ -1,7 +1,6 @@
 // The character screen and text commands as the overlay sees them; Russian locale (ISO-8859-5), log level 6.
 #include "TestRig.h"
 
-#include <QDBusArgument>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -44,13 +43,11 @@ class TestTextScreen : public QObject
             .remove("get_text_string(1093)\n")
             .split('\n', Qt::SkipEmptyParts);
     }
-    // Handles of the created texts on a 0-based line, in creation order.
-    QList<int> textsOn(int line) { return qdbus_cast<QList<int>>(rig.sim("texts_on_line", { line }).value(0)); }
     // Those texts as "string at column, foreground on background".
     QString lineTexts(int line)
     {
         QStringList texts;
-        for (int handle : textsOn(line)) {
+        for (int handle : rig.textsOn(line)) {
             const QStringList a = QVariant(rig.sim("text", { handle })).toStringList();
             texts << QString("%1 at %2, %3 on %4").arg(a.value(0), a.value(1), a.value(3), a.value(4));
         }
@@ -74,13 +71,13 @@ private slots:
                  withHandles({ "create_text()", "set_text_position(%1, 0, 3)", "set_text_colors(%1, 1, 13)",
                                "show_text(%1)", "get_text_string(%1)", "set_text_string(%1, \"A\")",
                                "get_text_position(%1)", "get_text_string(%1)", "set_text_string(%1, \"AB\")" },
-                             textsOn(3)));
+                             rig.textsOn(3)));
         QVERIFY(cursor(5, 3) && type("cd") && cursor(2, 3)); // "AB" ends at 2: "x" continues it, past "cd"
         calls = callsOf([&] { QVERIFY(type("x")); });
         QCOMPARE(calls,
                  withHandles({ "get_text_position(%2)", "get_text_position(%1)", "get_text_string(%1)",
                                "set_text_string(%1, \"ABx\")" },
-                             textsOn(3)));
+                             rig.textsOn(3)));
         QVERIFY(cursor(0, 3) && type("C"));
         QCOMPARE(lineTexts(3), QString("ABx at 0, 1 on 13; cd at 5, 1 on 13; C at 0, 1 on 13"));
         QCOMPARE(readLine(4), QByteArray("CcdABx")); // most recent first, gaps not filled, not sorted by column
@@ -126,10 +123,10 @@ private slots:
         QCOMPARE(calls,
                  withHandles({ "create_text()", "set_text_position(%1, 0, 8)", "set_text_colors(%1, 1, 13)",
                                "set_text_string(%1, \"Hi\")", "show_text(%1)", "set_text_string(%1, \"Hi\")" },
-                             textsOn(8)));
-        QCOMPARE(
-            callsOf([&] { QVERIFY(setLine(9, "Yo")); }),
-            withHandles({ "get_text_colors(%1)", "get_text_position(%1)", "set_text_string(%1, \"Yo\")" }, textsOn(8)));
+                             rig.textsOn(8)));
+        QCOMPARE(callsOf([&] { QVERIFY(setLine(9, "Yo")); }),
+                 withHandles({ "get_text_colors(%1)", "get_text_position(%1)", "set_text_string(%1, \"Yo\")" },
+                             rig.textsOn(8)));
         QVERIFY(type("c"));
         QCOMPARE(lineTexts(3), QString("c at 0, 1 on 13"));
         QCOMPARE(callsOf([&] { QVERIFY(setLine(16, "Fix")); }),
@@ -152,7 +149,7 @@ private slots:
     {
         QVERIFY(type("a") && cursor(5, 3) && type("b") && setLine(6, "x") && setLine(8, "y") && setLine(3, "kept"));
         QVERIFY(cursor(7, 6));
-        const QStringList destroyed = withHandles({ "destroy_text(%2)", "destroy_text(%1)" }, textsOn(3));
+        const QStringList destroyed = withHandles({ "destroy_text(%2)", "destroy_text(%1)" }, rig.textsOn(3));
         QCOMPARE(callsOf([&] { QVERIFY(setLine(4)); }), destroyed);
         QCOMPARE(callsOf([&] { QVERIFY(command(0x88, 0)); }).size(), 2);
         QCOMPARE(lineTexts(5) + lineTexts(7), QString());

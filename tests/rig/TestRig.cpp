@@ -3,6 +3,7 @@
 #include "QtCompat.h"
 
 #include <QCoreApplication>
+#include <QDBusArgument>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusVariant>
@@ -382,6 +383,11 @@ bool TestRig::waitForCall(const QString& prefix, int timeoutMs)
 {
     const auto arrived = [&] { return ("\n" + calls().join('\n')).contains("\n" + prefix); };
     return QTest::qWaitFor(arrived, timeoutMs) || fail("no call \"" + prefix + "\" in: " + calls().join("; "));
+}
+
+QList<int> TestRig::textsOn(int line)
+{
+    return qdbus_cast<QList<int>>(sim("texts_on_line", { line }).value(0));
 }
 
 void TestRig::setValue(const QString& name, const QVariant& value)

@@ -96,6 +96,8 @@ public:
     }
     void setValue(const QString& name, const QVariant& value);
     QString screen() { return sim("screen").value(0).toString(); }
+    // Handles of the created texts on a 0-based line, in creation order.
+    QList<int> textsOn(int line);
 
     // Faults of the sibling services and of the bus. SIGSTOP and SIGCONT: the simulator hangs with
     // its names on the bus, then goes on. SIGKILL: its names leave the bus, as after a crash.
