@@ -32,11 +32,13 @@ private slots:
         const auto storm = [&](int size) {
             QByteArray bytes;
             while (bytes.size() < size) {
-                const quint32 kind = random.bounded(64);
-                bytes.append(kind == 0 ? "\x02" : "");
-                for (int i = int(random.bounded(kind == 0 ? 700 : 40)); i > 0; --i)
+                const bool randomFrame = random.bounded(64) == 0;
+                if (randomFrame)
+                    bytes.append('\x02');
+                for (int i = int(random.bounded(randomFrame ? 700 : 40)); i > 0; --i)
                     bytes.append(char(random.bounded(3, 256)));
-                bytes.append(kind == 0 ? QByteArray() : TestRig::frame(kind % 2 ? 0x01 : 0x05, kind % 2));
+                if (!randomFrame)
+                    bytes.append(random.bounded(2) ? TestRig::frame(0x01, 1) : TestRig::frame(0x05, 0));
             }
             for (int offset = 0; offset < bytes.size(); offset += 2048) {
                 m_rig.write(bytes.mid(offset, 2048));

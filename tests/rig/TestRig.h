@@ -54,7 +54,7 @@ public:
     TestRig& operator=(const TestRig&) = delete;
 
     bool start(const RigOptions& options = {});
-    // After a failed start: this machine cannot host the rig (not root, tools missing).
+    // After a failed start: this machine cannot host the rig (not root, unshare refused, build tree under /tmp).
     bool unsupported() const { return m_unsupported; }
     QString lastError() const { return m_error; }
 
