@@ -85,6 +85,7 @@ Usage:
                                                 one per line ('#' starts a comment)
   talvox-pc [options] decode [decode options] [FILE...]
                                                 decode captured line traffic
+  talvox-pc -d DEVICE replay [--paced] TRACE    replay a recorded session and compare
 
 Examples:
   talvox-pc -d /dev/ttyUSB0 version
@@ -142,6 +143,23 @@ A trace file (scripts/run --trace FILE writes one) is text:
   2026-05-01T12:00:00.125001 ctl 06
 one line per chunk: the time (no blanks; "-" if unknown), pc (sent by the PC)
 or ctl (sent by the controller), the bytes in hex; '#' starts a comment.
+
+Replaying a session (scripts/run --trace FILE records one; tests/traces/ has some):
+  talvox-pc -d DEVICE replay TRACE          sends the PC's side of the trace, each
+                                            chunk once the controller has answered
+                                            the one before (--paced: at the times
+                                            recorded), and compares every answer
+                                            (ACK, NAK, reply) with the recorded one.
+                                            Exit 0 when all match; 1 at the first
+                                            difference, printed with the command
+                                            and both answers in words; 2 when the
+                                            trace or device cannot be read. The date,
+                                            the time, meter counters, 3D data and
+                                            the device values the siblings push
+                                            (temperatures, pan, tilt, inclination)
+                                            differ from run to run: they are
+                                            compared by shape (same frame, same
+                                            length), not value.
 
 Exit status:
   0  done          1  unknown command or bad arguments (decode: lines of a

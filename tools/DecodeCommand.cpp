@@ -5,15 +5,13 @@
 
 #include "ByteLine.h"
 #include "LineDecoder.h"
+#include "TraceFile.h"
 
 #include <QDateTime>
 #include <QFile>
-#include <QRegularExpression>
 
 #include <memory>
 #include <vector>
-
-const char TRACE_HEADER[] = "# talvox line trace";
 
 namespace {
 
@@ -78,20 +76,6 @@ private:
     QTextStream& m_out;
 };
 
-// One line of a trace: "<time> <pc|ctl> <hex bytes>", time "-" if unknown.
-bool parseTraceLine(const QString& line, QString* time, LineDecoder::Direction* from, QByteArray* bytes)
-{
-    static const QRegularExpression FIELDS(QStringLiteral("^(\\S+)\\s+(pc|ctl)((?:\\s+[0-9a-f]{2})*)\\s*$"),
-                                           QRegularExpression::CaseInsensitiveOption);
-    const QRegularExpressionMatch match = FIELDS.match(line);
-    if (!match.hasMatch())
-        return false;
-    *time = match.captured(1) == QLatin1String("-") ? QString() : match.captured(1);
-    *from = match.captured(2).toLower() == QLatin1String("pc") ? LineDecoder::Pc : LineDecoder::Controller;
-    *bytes = QByteArray::fromHex(match.captured(3).toLatin1());
-    return true;
-}
-
 bool readInput(const QString& name, QByteArray* contents, QString* error)
 {
     QFile file;
@@ -105,32 +89,22 @@ bool readInput(const QString& name, QByteArray* contents, QString* error)
     return true;
 }
 
-// A trace goes line by line; its direction is on each line.
+// A trace goes chunk by chunk; its direction is on each line.
 int decodeTrace(const QString& name, const QByteArray& contents, LineDecoder& decoder, Printer& printer,
                 QTextStream& err)
 {
-    int status = Done;
+    QStringList badLines;
     QStringList lines;
-    int number = 0;
-    for (const QByteArray& raw : contents.split('\n')) {
-        ++number;
-        const QString line = QString::fromUtf8(raw).trimmed();
-        if (line.isEmpty() || line.startsWith(QLatin1Char('#')))
-            continue;
-        QString time;
-        LineDecoder::Direction from = LineDecoder::Pc;
-        QByteArray bytes;
-        if (!parseTraceLine(line, &time, &from, &bytes)) {
-            err << name << ':' << number << ": not a trace line (<time> <pc|ctl> <hex bytes>), skipped: " << line
-                << '\n';
-            err.flush();
-            status = BadInput;
-            continue;
-        }
-        decoder.feed(from, time, bytes, &lines);
+    for (const TraceChunk& chunk : readTraceChunks(contents, &badLines)) {
+        decoder.feed(chunk.from, chunk.time, chunk.bytes, &lines);
         printer.print(&lines);
     }
-    return status;
+    for (const QString& bad : badLines)
+        err << name << ':' << bad.section(QLatin1String(": "), 0, 0)
+            << ": not a trace line (<time> <pc|ctl> <hex bytes>), skipped: " << bad.section(QLatin1String(": "), 1)
+            << '\n';
+    err.flush();
+    return badLines.isEmpty() ? Done : BadInput;
 }
 
 int decodeFiles(const Arguments& arguments, LineDecoder& decoder, Printer& printer, QTextStream& err)

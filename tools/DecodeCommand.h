@@ -12,7 +12,4 @@ class TextCharset;
 int runDecode(const QStringList& arguments, const TextCharset& charset, bool showBytes, QTextStream& out,
               QTextStream& err);
 
-// The first line of a trace file.
-extern const char TRACE_HEADER[];
-
 #endif

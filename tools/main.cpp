@@ -4,6 +4,7 @@
 #include "CommandRunner.h"
 #include "DecodeCommand.h"
 #include "ProtocolReference.h"
+#include "ReplayCommand.h"
 
 #include "CEventLogger.h"
 #include "QtCompat.h"
@@ -55,6 +56,8 @@ int main(int argc, char* argv[])
     charset.select(options.charset);
     if (options.command.value(0).compare(QLatin1String("decode"), Qt::CaseInsensitive) == 0)
         return runDecode(options.command.mid(1), charset, options.raw, out, err);
+    if (options.command.value(0).compare(QLatin1String("replay"), Qt::CaseInsensitive) == 0)
+        return runReplay(options.command.mid(1), options.device, options.timeoutMs, charset, out, err);
 
     CommandRunner runner(options, charset, out, err);
     // A single command is checked before the device is opened, so a typo
