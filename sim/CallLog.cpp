@@ -9,6 +9,8 @@ void CallLog::record(const char* method, const QVariantList& args)
     for (const QVariant& arg : args)
         formatted << format_value(arg);
     m_entries << QString::fromLatin1(method) + '(' + formatted.join(QStringLiteral(", ")) + ')';
+    if (on_record)
+        on_record();
 }
 
 QString CallLog::format_value(const QVariant& value)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include <QStringList>
 #include <QVariantList>
 
@@ -11,6 +13,9 @@ public:
     void record(const char* method, const QVariantList& args = {});
     QStringList entries() const { return m_entries; }
     void clear() { m_entries.clear(); }
+    // Called after every recorded call: every change of the simulated state
+    // comes through a call (the monitor is told of it).
+    std::function<void()> on_record;
 
     // int/byte decimal, bool true/false, double in shortest round-trip form,
     // string in double quotes with \ and " escaped.

@@ -1,5 +1,6 @@
 #include "ControlObject.h"
 
+#include "OverlaySnapshot.h"
 #include "ScreenRenderer.h"
 #include "Simulator.h"
 
@@ -38,6 +39,19 @@ ControlObject::ControlObject(Simulator& simulator, QObject* parent)
     : QObject(parent)
     , m_simulator(simulator)
 {
+    m_change_pending.setSingleShot(true);
+    m_change_pending.setInterval(0);
+    connect(&m_change_pending, &QTimer::timeout, this, &ControlObject::changed);
+}
+
+void ControlObject::notify_changed()
+{
+    m_change_pending.start();
+}
+
+QString ControlObject::overlay()
+{
+    return overlay_json(m_simulator.state());
 }
 
 QStringList ControlObject::calls()
@@ -53,11 +67,13 @@ void ControlObject::clear_calls()
 void ControlObject::set_locale(const QString& code)
 {
     m_simulator.state().locale = code;
+    notify_changed();
 }
 
 void ControlObject::set_screen_size(int width, int count)
 {
     m_simulator.state().overlay.set_screen_size(width, count);
+    notify_changed();
 }
 
 void ControlObject::set_value(const QString& name, const QDBusVariant& value)
@@ -78,6 +94,7 @@ void ControlObject::set_value(const QString& name, const QDBusVariant& value)
         state.overlay.videocounter = to_list(content);
     else
         qWarning("talvox-sim: set_value of unknown value \"%s\"", qPrintable(name));
+    notify_changed();
 }
 
 void ControlObject::set_reply(const QString& method, const QVariantList& values)

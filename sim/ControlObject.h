@@ -3,6 +3,7 @@
 #include <QDBusVariant>
 #include <QObject>
 #include <QStringList>
+#include <QTimer>
 #include <QVariantList>
 
 class Simulator;
@@ -31,7 +32,17 @@ public:
                        bool& exists);
     QList<int> texts_on_line(int line);
     int created_text_count();
+    QString overlay();
+
+    // Signals `changed` once the current bus message is done, however many
+    // changes it made.
+    void notify_changed();
+
+signals:
+    // The simulated state changed: what `overlay` answers may differ.
+    void changed();
 
 private:
     Simulator& m_simulator;
+    QTimer m_change_pending;
 };

@@ -28,6 +28,7 @@ Simulator::Simulator(const QDBusConnection& connection)
                       << new VideoOverlayAdaptor(&m_video_overlay) << new DeviceStatusAdaptor(&m_device_status)
                       << new DeviceEventsAdaptor(&m_device_events) << new DeviceControlAdaptor(&m_device_control);
     new ControlAdaptor(&m_control);
+    m_state.calls.on_record = [this] { m_control.notify_changed(); };
 }
 
 bool Simulator::start(QString& error)
@@ -62,7 +63,21 @@ bool Simulator::start(QString& error)
 
 bool Simulator::emit_sibling_signal(const QString& name, const QVariantList& args)
 {
-    return emit_signal_by_name(m_signal_emitters, name, args);
+    if (!emit_signal_by_name(m_signal_emitters, name, args))
+        return false;
+    m_state.pushed.insert(name, args);
+    // What the service pushes is its value from now on.
+    const double value = args.value(0).toDouble();
+    if (name == QLatin1String("meter_counter_changed"))
+        m_state.meters.counter = value;
+    else if (name == QLatin1String("meter_counter_sat_changed"))
+        m_state.meters.sat = value;
+    else if (name == QLatin1String("meter_counter_abs_changed"))
+        m_state.meters.abs = value;
+    else if (name == QLatin1String("locale_changed"))
+        m_state.locale = args.value(0).toString();
+    m_control.notify_changed();
+    return true;
 }
 
 void Simulator::set_service_present(const QString& service, bool present)

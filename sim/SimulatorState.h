@@ -3,6 +3,8 @@
 #include "CallLog.h"
 #include "OverlayState.h"
 
+#include <QMap>
+
 // Values of crawler and camera that the device status service answers.
 struct DeviceValues {
     int camera_module_type = 0;
@@ -26,4 +28,7 @@ struct SimulatorState {
     DeviceValues devices;
     MeterCounters meters;
     QString locale = QStringLiteral("de_DE");
+    // The last arguments of each sibling signal pushed through the control
+    // interface (pitch, pan, tilt, temperatures, 3D data, ...), by signal name.
+    QMap<QString, QVariantList> pushed;
 };
