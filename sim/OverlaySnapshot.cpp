@@ -10,10 +10,14 @@ namespace {
 
 QJsonObject text_object(int handle, const OverlayText& text)
 {
-    return QJsonObject { { "handle", handle },         { "id", text.id },
-                         { "text", text.text },        { "column", text.column },
-                         { "line", text.line },        { "foreground", text.foreground },
-                         { "background", text.background }, { "visible", text.visible },
+    return QJsonObject { { "handle", handle },
+                         { "id", text.id },
+                         { "text", text.text },
+                         { "column", text.column },
+                         { "line", text.line },
+                         { "foreground", text.foreground },
+                         { "background", text.background },
+                         { "visible", text.visible },
                          { "format", text.format } };
 }
 
@@ -44,16 +48,18 @@ QString overlay_json(const SimulatorState& state)
         { "overlay_visible", overlay.overlay_visible },
         { "texts", texts },
         { "temp_texts", temp_texts },
-        { "videocounter", QJsonObject { { "active", overlay.videocounter_active },
-                                        { "values", QJsonArray::fromVariantList(overlay.videocounter) } } },
-        { "meters", QJsonObject { { "counter", state.meters.counter },
-                                  { "sat", state.meters.sat },
-                                  { "abs", state.meters.abs } } },
+        { "videocounter",
+          QJsonObject { { "active", overlay.videocounter_active },
+                        { "values", QJsonArray::fromVariantList(overlay.videocounter) } } },
+        { "meters",
+          QJsonObject {
+              { "counter", state.meters.counter }, { "sat", state.meters.sat }, { "abs", state.meters.abs } } },
         { "locale", state.locale },
-        { "devices", QJsonObject { { "camera_module_type", state.devices.camera_module_type },
-                                   { "camera_pressure1", state.devices.camera_pressure1 },
-                                   { "crawler_pressure1", state.devices.crawler_pressure1 },
-                                   { "crawler_roll", state.devices.crawler_roll } } },
+        { "devices",
+          QJsonObject { { "camera_module_type", state.devices.camera_module_type },
+                        { "camera_pressure1", state.devices.camera_pressure1 },
+                        { "crawler_pressure1", state.devices.crawler_pressure1 },
+                        { "crawler_roll", state.devices.crawler_roll } } },
         { "pushed", pushed },
     };
     return QString::fromUtf8(QJsonDocument(root).toJson(QJsonDocument::Compact));

@@ -101,7 +101,7 @@ QVector<Answer> answersIn(const QByteArray& bytes, int* used)
             continue;
         const RS232Message& message = receiver.message();
         answers.append(Answer { bytes.mid(start, i + 1 - start), event == RS232Receiver::Event::FrameValid,
-                         message.get_command_id(), message.get_group_id(), message.data() });
+                                message.get_command_id(), message.get_group_id(), message.data() });
         receiver.reset();
         *used = i + 1;
     }
@@ -172,7 +172,8 @@ private:
         QStringList lines;
         decoder.feed(LineDecoder::Controller, QString(), bytes, &lines);
         decoder.finish(&lines);
-        return bytes.isEmpty() ? QStringLiteral("nothing") : words(lines) + QStringLiteral("  [%1]").arg(hexBytes(bytes));
+        return bytes.isEmpty() ? QStringLiteral("nothing")
+                               : words(lines) + QStringLiteral("  [%1]").arg(hexBytes(bytes));
     }
     // Lines come as "PC   text" or "CTL  text": the side is said elsewhere.
     static QString words(const QStringList& lines)
