@@ -47,12 +47,12 @@ def main():
         print("skipped: scripts/run needs root")
         return 77
     if not (os.path.exists("/usr/bin/chromium") and os.path.exists("/usr/bin/chromedriver")):
-        print("skipped: no chromium and chromium-driver (scripts/setup installs them)")
+        print("skipped: no chromium and chromium-driver (scripts/setup --browser installs them)")
         return 77
     try:
         import selenium  # noqa: F401
     except ImportError:
-        print("skipped: no python3-selenium (scripts/setup installs it)")
+        print("skipped: no python3-selenium (scripts/setup --browser installs it)")
         return 77
     from selenium.webdriver.common.by import By
     from selenium.webdriver.common.keys import Keys
