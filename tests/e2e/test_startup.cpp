@@ -65,7 +65,8 @@ private slots:
         QVERIFY(!held || flock(lockFile.handle(), LOCK_EX | LOCK_NB) == 0);
 
         QProcess talvox;
-        talvox.start("sh", QStringList { QFINDTESTDATA("../../sim-env/run-isolated"), dir, TALVOX_BINARY } + args);
+        talvox.start(
+            "sh", QStringList { QFINDTESTDATA("../../sim-env/run-isolated"), dir } + TestRig::serviceCommand() + args);
         QVERIFY(talvox.waitForFinished(10000));
         QTEST(talvox.exitCode(), "exitCode");
         const QByteArray err = talvox.readAllStandardError();
