@@ -5,32 +5,43 @@
 #include <QCoreApplication>
 #include <QTimer>
 
+#include <cstring>
 #include <limits>
-
-#ifdef TALVOX_HAVE_LIBSYSTEMD
-#include <systemd/sd-daemon.h>
-#endif
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 namespace {
 
+// One datagram to the socket in NOTIFY_SOCKET, as sd_notify(3) sends it; the
+// protocol is that small and stable, and the board's system need not carry
+// libsystemd. "@name" is an abstract socket.
 void notify(const char* state)
 {
-#ifdef TALVOX_HAVE_LIBSYSTEMD
-    sd_notify(0, state);
-#else
-    Q_UNUSED(state)
-#endif
+    const QByteArray path = qgetenv("NOTIFY_SOCKET");
+    sockaddr_un address {};
+    if (path.isEmpty() || size_t(path.size()) >= sizeof(address.sun_path))
+        return;
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.constData(), size_t(path.size()));
+    if (address.sun_path[0] == '@')
+        address.sun_path[0] = '\0';
+    const int fd = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    if (fd < 0)
+        return;
+    ::sendto(fd, state, std::strlen(state), MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&address),
+             socklen_t(offsetof(sockaddr_un, sun_path) + size_t(path.size())));
+    ::close(fd);
 }
 
-// The manager's watchdog interval in microseconds; 0 when it wants none.
+// The manager's watchdog interval in microseconds; 0 when it wants none (or
+// wants it from another process, WATCHDOG_PID).
 quint64 watchdogInterval()
 {
-#ifdef TALVOX_HAVE_LIBSYSTEMD
-    uint64_t usec = 0;
-    if (sd_watchdog_enabled(0, &usec) > 0)
-        return usec;
-#endif
-    return 0;
+    const QByteArray pid = qgetenv("WATCHDOG_PID");
+    if (!pid.isEmpty() && pid.toLongLong() != qint64(::getpid()))
+        return 0;
+    return qgetenv("WATCHDOG_USEC").toULongLong();
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 
 // The service manager's notification protocol (systemd's Type=notify and
 // WatchdogSec=). Every call is a no-op when the service was not started by a
-// service manager (no NOTIFY_SOCKET) or was built without libsystemd.
+// service manager (no NOTIFY_SOCKET).
 namespace ServiceManager {
 
 // Start-up is done: the line is open and the bus proxies are up. Also starts

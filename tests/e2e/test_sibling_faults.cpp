@@ -68,6 +68,9 @@ private slots:
         QVERIFY(rig->killSimulator());
         QVERIFY(rig->startSimulator());
         rig->sim("set_screen_size", { 30, 10 });
+        // The restart reaches the service as a bus signal, which may come after the next frame: a frame
+        // that overtakes it is served by the old instance's handles. Only the service's word tells.
+        QVERIFY(rig->waitForLog("local.vemo.quorend is on the bus as "));
 
         QVERIFY(setLine(7, "NEW6"));
         QCOMPARE(rig->query(0x98, 1, byte(6), 1000).toHex(), QByteArray("06")); // the line byte, no text
