@@ -2,8 +2,10 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -29,8 +31,20 @@ SyslogWriter::SyslogWriter(const char* ident, int facility, const char* socketPa
     : m_sHeader(std::string(ident) + "[" + std::to_string(getpid()) + "]: ")
     , m_iFacility(facility)
     , m_sPath(socketPath)
+    , m_bCopyToStandardError(!standardErrorIsJournal())
 {
     connectToDaemon(std::time(nullptr));
+}
+
+bool SyslogWriter::standardErrorIsJournal()
+{
+    const char* stream = std::getenv("JOURNAL_STREAM");
+    unsigned long long device = 0;
+    unsigned long long inode = 0;
+    struct stat status {
+    };
+    return stream && std::sscanf(stream, "%llu:%llu", &device, &inode) == 2 && ::fstat(STDERR_FILENO, &status) == 0
+        && status.st_dev == device && status.st_ino == inode;
 }
 
 SyslogWriter::~SyslogWriter()
@@ -123,7 +137,8 @@ void SyslogWriter::write(int priority, const char* text)
     line[size] = '\n';
     line[size + 1] = '\0';
 
-    writeAll(STDERR_FILENO, line + headSize, size - std::size_t(headSize) + (endsLine ? 0 : 1));
+    if (m_bCopyToStandardError)
+        writeAll(STDERR_FILENO, line + headSize, size - std::size_t(headSize) + (endsLine ? 0 : 1));
     line[size] = '\0'; // a stream daemon reads up to the NUL
     if (m_iSocket < 0 && now >= m_tRetryAt)
         connectToDaemon(now);

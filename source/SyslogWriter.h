@@ -20,10 +20,17 @@
 // A daemon that is not there costs no more than the write: the socket is
 // reconnected at most once a second, and lines nobody receives are not
 // copied anywhere else (there is no console fallback).
+//
+// Under systemd, standard error is itself a stream into the journal, and
+// /dev/log is the journal's too: the copy would store every line twice, the
+// second time without its priority. So there the copy is left out and the
+// line reaches the journal once, through the syslog socket, which carries
+// the priority, the facility and the identifier.
 class SyslogWriter
 {
 public:
     // `facility` as LOG_LOCAL2; `socketPath` is /dev/log on a controller.
+    // Whether standard error gets the copy is decided here, once.
     SyslogWriter(const char* ident, int facility, const char* socketPath = "/dev/log");
     ~SyslogWriter();
     SyslogWriter(const SyslogWriter&) = delete;
@@ -31,6 +38,10 @@ public:
 
     // Safe from any thread; lines from two threads never interleave.
     void write(int priority, const char* text);
+
+    // True if standard error is the journal stream that systemd connected it
+    // to (JOURNAL_STREAM names its device and inode).
+    static bool standardErrorIsJournal();
 
 private:
     void connectToDaemon(std::time_t now);
@@ -44,6 +55,7 @@ private:
     std::string m_sPath;
     int m_iSocket = -1;
     bool m_bStream = false; // a stream socket wants each line ended by a NUL
+    bool m_bCopyToStandardError;
     std::time_t m_tRetryAt = 0;
     std::time_t m_tStampSecond = -1;
     char m_acStamp[32] = {};
