@@ -206,7 +206,9 @@ class Run:
         self.agent.wait_until("[ ! -e /dev/ttyUSB0 ]", "the adapter pulled", 60)
 
     def check_pulled(self, what):
-        self.agent.wait_until(f"! systemctl -q is-active {UNIT}", f"{what}: the unit stops", 60)
+        # Stopped for good: not while a restart is still pending.
+        self.agent.wait_until(f"systemctl is-active {UNIT} | grep -qx -e inactive -e failed", f"{what}: the unit stops",
+                              60)
         state = self.agent.out(f"systemctl is-active {UNIT}; systemctl is-system-running; "
                                "ls /run/lock/LCK..* /tmp/tvx-* 2>/dev/null")
         if state.split("\n")[:2] != ["inactive", "running"] or len(state.split("\n")) > 2:
@@ -298,7 +300,7 @@ class Run:
 
         self.step("nothing broadcast, every line once, in local2 as talvox")
         emergencies = agent.out("journalctl -q -b -p emerg -o cat | wc -l")
-        copies = agent.out(f"journalctl -q -u {UNIT} _TRANSPORT=stdout -o cat | wc -l")
+        copies = agent.out(f"journalctl -q -u {UNIT} _TRANSPORT=syslog -o cat | wc -l")
         duplicates = agent.out(f"journalctl -q -u {UNIT} -o short-unix | sort | uniq -d | wc -l")
         lines = agent.out(f"journalctl -q _SYSTEMD_UNIT={UNIT} SYSLOG_IDENTIFIER=talvox -o cat | wc -l")
         local2 = agent.out(f"journalctl -q _SYSTEMD_UNIT={UNIT} SYSLOG_IDENTIFIER=talvox SYSLOG_FACILITY=18 "

@@ -121,18 +121,26 @@ private slots:
         QCOMPARE(received(m_mainDaemon), B());
     }
 
-    // Under systemd standard error is a stream into the journal, which also gets the syslog line: the copy is
-    // left out there, and only there (JOURNAL_STREAM names the stream's device and inode).
-    void noCopyIntoTheJournal_data()
+    // Under systemd standard error is a stream into the journal, and the syslog socket is the journal's too:
+    // there the line goes to standard error alone, its priority in front, and only there (JOURNAL_STREAM names
+    // the stream's device and inode).
+    void journalStream_data()
     {
         QTest::addColumn<bool>("isJournal");
-        QTest::newRow("standard error is the journal stream") << true;
-        QTest::newRow("the journal stream is another file") << false;
+        QTest::addColumn<B>("text");
+        QTest::addColumn<B>("onStandardError");
+        QTest::addColumn<B>("toDaemon");
+        QTest::newRow("standard error is the journal stream") << true << B("once") << B("<3>once\n") << B();
+        QTest::newRow("a line feed is not doubled") << true << B("x\n") << B("<3>x\n") << B();
+        QTest::newRow("the journal stream is another file") << false << B("once") << HEADER + "once\n"
+                                                            << HEADER + "once";
     }
 
-    void noCopyIntoTheJournal()
+    void journalStream()
     {
         QFETCH(bool, isJournal);
+        QFETCH(B, text);
+        QFETCH(B, toDaemon);
         const int daemon = listenAt(m_socket, SOCK_DGRAM);
         QTemporaryFile other;
         other.open();
@@ -144,10 +152,11 @@ private slots:
                     B::number(qulonglong(status.st_dev)) + ':' + B::number(qulonglong(status.st_ino)));
             SyslogWriter writer("talvox", LOG_LOCAL2, m_socket.constData());
             qunsetenv("JOURNAL_STREAM");
-            writer.write(LOG_ERR, "once");
+            writer.write(LOG_LOCAL2 | LOG_ERR, text.constData());
         });
-        QCOMPARE(copy, isJournal ? B() : HEADER + "once\n");
-        QVERIFY(received(daemon).endsWith(HEADER + "once"));
+        QTEST(copy, "onStandardError");
+        const B got = received(daemon);
+        QCOMPARE(got.mid(got.indexOf(HEADER)), toDaemon);
         ::close(daemon);
     }
 
