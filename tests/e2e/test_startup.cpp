@@ -65,7 +65,8 @@ private slots:
         QVERIFY(!held || flock(lockFile.handle(), LOCK_EX | LOCK_NB) == 0);
 
         QProcess talvox;
-        talvox.start("sh", QStringList { QFINDTESTDATA("../../sim-env/run-isolated"), dir, TALVOX_BINARY } + args);
+        talvox.start(
+            "sh", QStringList { QFINDTESTDATA("../../sim-env/run-isolated"), dir } + TestRig::serviceCommand() + args);
         QVERIFY(talvox.waitForFinished(10000));
         QTEST(talvox.exitCode(), "exitCode");
         const QByteArray err = talvox.readAllStandardError();
@@ -79,7 +80,8 @@ private slots:
     }
 
     // A termination signal ends the service through its event loop: exit 0, lock file removed. The baud option
-    // is read ("fast" gives 0) and never applied: the service comes up all the same.
+    // is read ("fast" gives 0) and never applied: the service comes up all the same. The tty is held
+    // exclusively, without a UUCP lock file in /run/lock (the namespace's own, beside its /tmp).
     void signalsEndInOrder_data()
     {
         QTest::addColumn<int>("signal");
@@ -93,6 +95,7 @@ private slots:
         TestRig rig;
         TALVOX_RIG_START(rig, RigOptions { {}, { "-b", "fast" } });
         QVERIFY(QFile::exists(rig.lockFilePath()));
+        QVERIFY(QDir(QFileInfo(rig.lockFilePath()).absolutePath() + "/../lock").isEmpty());
         rig.signalService(signal);
         QCOMPARE(rig.waitForExit(5000), 0);
         QVERIFY(!QFile::exists(rig.lockFilePath()));

@@ -104,9 +104,8 @@ bool TestRig::start(const RigOptions& options)
         return false;
 
     // run-isolated execs into unshare, sh and then talvox: one process id.
-    const QStringList command {
-        "sh", TALVOX_SIM_ENV_DIR "/run-isolated", m_dir, TALVOX_BIN, "-d", m_device, "-l", "7"
-    };
+    const QStringList command = QStringList { "sh", TALVOX_SIM_ENV_DIR "/run-isolated", m_dir } + serviceCommand()
+        + QStringList { "-d", m_device, "-l", "7" };
     m_service = spawn("talvox.log", command + options.extraArgs, options.environment);
     return cameUp(*m_service, [&] { return serviceLog().contains(READY_LINE); })
         || fail(QString("talvox did not get ready (exit code %1): %2").arg(waitForExit(0)).arg(tail(serviceLog())));
@@ -238,13 +237,35 @@ QByteArray TestRig::frame(quint8 command, quint8 group, const QByteArray& data)
     return QByteArray(header, 5).append(data).append(char(0x03));
 }
 
-QByteArray TestRig::encoded(const char* codec, const QString& text)
+QByteArray TestRig::encoded(const char* codec, const QString& text, QSysInfo::Endian utf16Order)
 {
     if (qstrcmp(codec, "UTF-16") != 0)
         return QTextCodec::codecForName(codec)->fromUnicode(text);
     // Built by hand rather than by a codec, as an independent check of the service's.
     const QString marked = QChar(QChar::ByteOrderMark) + text;
-    return QByteArray(reinterpret_cast<const char*>(marked.utf16()), int(marked.size() * 2));
+    QByteArray bytes;
+    bytes.reserve(int(marked.size() * 2));
+    for (const QChar c : marked) {
+        const char high = char(c.unicode() >> 8), low = char(c.unicode() & 0xFF);
+        bytes.append(utf16Order == QSysInfo::BigEndian ? high : low);
+        bytes.append(utf16Order == QSysInfo::BigEndian ? low : high);
+    }
+    return bytes;
+}
+
+QSysInfo::Endian TestRig::markedOrder(const QByteArray& bytes)
+{
+    if (bytes.startsWith("\xfe\xff"))
+        return QSysInfo::BigEndian;
+    if (bytes.startsWith("\xff\xfe"))
+        return QSysInfo::LittleEndian;
+    return QSysInfo::ByteOrder;
+}
+
+QStringList TestRig::serviceCommand()
+{
+    const QString command = qEnvironmentVariable("TALVOX_TEST_SERVICE");
+    return command.isEmpty() ? QStringList { TALVOX_BIN } : command.split(' ', Qt::SkipEmptyParts);
 }
 
 void TestRig::write(const QByteArray& bytes)

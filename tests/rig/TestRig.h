@@ -6,6 +6,7 @@
 #include <QDBusConnection>
 #include <QProcess>
 #include <QStringList>
+#include <QSysInfo>
 #include <QVariant>
 
 #include <csignal>
@@ -60,8 +61,16 @@ public:
 
     // The serial line, seen from the PC.
     static QByteArray frame(quint8 command, quint8 group, const QByteArray& data = {});
-    // A text in a character set as the line carries it ("UTF-16": a byte-order mark, then host order, built by hand).
-    static QByteArray encoded(const char* codec, const QString& text);
+    // A text in a character set as the line carries it ("UTF-16": a byte-order mark, then the text in
+    // utf16Order, built by hand). The controller writes UTF-16 in its own byte order, which need not be
+    // the PC's: an expected answer takes the order from the mark the answer starts with (markedOrder).
+    static QByteArray encoded(const char* codec, const QString& text,
+                              QSysInfo::Endian utf16Order = QSysInfo::ByteOrder);
+    // The order a UTF-16 byte-order mark at the start of bytes gives; host order without one.
+    static QSysInfo::Endian markedOrder(const QByteArray& bytes);
+    // The service as the tests start it: the built talvox, or the command in $TALVOX_TEST_SERVICE (words
+    // separated by spaces), for example the board's build under an emulator.
+    static QStringList serviceCommand();
     void write(const QByteArray& bytes);
     // Exactly n bytes, or fewer if the time-out passes first; n < 0: what has arrived so far, without waiting.
     QByteArray read(int n, int timeoutMs = 2000);
