@@ -310,7 +310,7 @@ class Run:
                            "-o cat | wc -l")
         with open(self.console, errors="replace") as console:
             walls = console.read().count("Broadcast message")
-        print(f"   emergencies {emergencies}, wall messages {walls}, stderr copies {copies}, "
+        print(f"   emergencies {emergencies}, wall messages {walls}, lines also through syslog {copies}, "
               f"duplicates {duplicates}, lines {lines} ({local2} in local2)")
         if (emergencies, walls, copies, duplicates) != ("0", 0, "0", "0") or lines != local2 or lines == "0":
             raise Failure("the journal is not as it should be")
