@@ -8,17 +8,17 @@
 
 CEventLogger* CEventLogger::m_pcInstance = nullptr;
 
-CEventLogger::CEventLogger(const char* ident, ELogLevel level)
+CEventLogger::CEventLogger(const char* ident, ELogLevel level, const char* socketPath)
     : m_bEnabled(true)
     , m_eMaximumLevel(level)
-    , m_pSyslog(new SyslogWriter(ident, LOG_LOCAL2))
+    , m_pSyslog(new SyslogWriter(ident, LOG_LOCAL2, socketPath))
 {
 }
 
-void CEventLogger::initialize(const char* ident, ELogLevel level)
+void CEventLogger::initialize(const char* ident, ELogLevel level, const char* socketPath)
 {
     if (!m_pcInstance)
-        m_pcInstance = new CEventLogger(ident, level);
+        m_pcInstance = new CEventLogger(ident, level, socketPath);
 }
 
 bool CEventLogger::wouldLog(ELogLevel level)
@@ -29,7 +29,7 @@ bool CEventLogger::wouldLog(ELogLevel level)
 void CEventLogger::logMessage(ELogLevel level, const char* text)
 {
     if (wouldLog(level))
-        m_pcInstance->m_pSyslog->write(level, text);
+        m_pcInstance->m_pSyslog->write(syslogPriority(level), text);
 }
 
 bool CEventLogger::isLoggingEnabled()

@@ -9,6 +9,12 @@ class SyslogWriter;
 // hands every message to the system's syslog daemon (identity "talvox",
 // facility local2, with the process id), with a copy on standard error; see
 // SyslogWriter for why not through syslog(3).
+//
+// The levels are the service's own: -l filters on them, and level 0 marks
+// the serial receiver's per-frame diagnostics, not emergencies. Syslog and the
+// journal act on the priority (journald writes every emergency to all
+// terminals), so those lines go out at debug priority; every other level is
+// its own priority.
 class CEventLogger
 {
 public:
@@ -26,7 +32,10 @@ public:
         LOG_LEVEL_DEBUG = 7
     };
 
-    static void initialize(const char* ident, ELogLevel level);
+    // `socketPath` is where the syslog daemon listens (tests pass their own).
+    static void initialize(const char* ident, ELogLevel level, const char* socketPath = "/dev/log");
+    // The syslog priority a line of this level is sent with.
+    static int syslogPriority(ELogLevel level) { return level == LOG_LEVEL_EMERGENCY ? LOG_LEVEL_DEBUG : level; }
     static void logMessage(ELogLevel level, const char* text);
     static void logMessage(int level, const char* text) { logMessage(static_cast<ELogLevel>(level), text); }
 
@@ -39,7 +48,7 @@ public:
     static void setMaximumLogLevel(ELogLevel level);
 
 private:
-    CEventLogger(const char* ident, ELogLevel level);
+    CEventLogger(const char* ident, ELogLevel level, const char* socketPath);
 
     bool m_bEnabled;
     ELogLevel m_eMaximumLevel;

@@ -20,10 +20,19 @@
 // A daemon that is not there costs no more than the write: the socket is
 // reconnected at most once a second, and lines nobody receives are not
 // copied anywhere else (there is no console fallback).
+//
+// Under systemd, standard error is itself a stream into the journal, and
+// /dev/log is the journal's too: both would store every line twice. There
+// the line goes to standard error alone, as "<N>text", N its priority. The
+// stream, not the socket, because journald knows the stream's unit from
+// when systemd connected it, while a datagram's unit is looked up by the
+// sender's pid when journald gets to it: a line written just before an exit
+// (the lost bus, exit 9) would lose its unit and escape journalctl -u.
 class SyslogWriter
 {
 public:
     // `facility` as LOG_LOCAL2; `socketPath` is /dev/log on a controller.
+    // Whether standard error is the journal is decided here, once.
     SyslogWriter(const char* ident, int facility, const char* socketPath = "/dev/log");
     ~SyslogWriter();
     SyslogWriter(const SyslogWriter&) = delete;
@@ -32,7 +41,12 @@ public:
     // Safe from any thread; lines from two threads never interleave.
     void write(int priority, const char* text);
 
+    // True if standard error is the journal stream that systemd connected it
+    // to (JOURNAL_STREAM names its device and inode).
+    static bool standardErrorIsJournal();
+
 private:
+    void writeToJournalStream(int priority, const char* text);
     void connectToDaemon(std::time_t now);
     bool sendToDaemon(const char* line, std::size_t size);
     void closeSocket();
@@ -44,6 +58,7 @@ private:
     std::string m_sPath;
     int m_iSocket = -1;
     bool m_bStream = false; // a stream socket wants each line ended by a NUL
+    bool m_bJournalStream;
     std::time_t m_tRetryAt = 0;
     std::time_t m_tStampSecond = -1;
     char m_acStamp[32] = {};

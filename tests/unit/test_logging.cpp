@@ -13,6 +13,7 @@
 #include <functional>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <syslog.h>
@@ -91,9 +92,73 @@ class TestLogging : public QObject
 
     QTemporaryDir m_dir;
     const B m_socket = QFile::encodeName(m_dir.filePath("log"));
+    const B m_mainSocket = QFile::encodeName(m_dir.filePath("main-log"));
+    int m_mainDaemon = -1;
 
 private slots:
-    void initTestCase() { CEventLogger::initialize("talvox", CEventLogger::LOG_LEVEL_ERROR); }
+    void initTestCase()
+    {
+        m_mainDaemon = listenAt(m_mainSocket, SOCK_DGRAM);
+        CEventLogger::initialize("talvox", CEventLogger::LOG_LEVEL_ERROR, m_mainSocket.constData());
+    }
+
+    // The service's levels are what -l filters on; the daemon gets them as syslog priorities of facility
+    // local2 (144), the serial diagnostics of level 0 at debug, so that no reader takes them for emergencies.
+    void levelsAsPriorities()
+    {
+        CEventLogger::setMaximumLogLevel(CEventLogger::LOG_LEVEL_NOTICE);
+        B got;
+        const B copy = captured(2, [&] {
+            for (const int level : { 0, 3, 5, 6, 7 }) {
+                CEventLogger::logMessage(level, "line");
+                if (level <= 5)
+                    got += received(m_mainDaemon).left(5);
+            }
+        });
+        CEventLogger::setMaximumLogLevel(CEventLogger::LOG_LEVEL_ERROR);
+        QCOMPARE(got, B("<151><147><149>"));
+        QCOMPARE(copy, (HEADER + "line\n").repeated(3));
+        QCOMPARE(received(m_mainDaemon), B());
+    }
+
+    // Under systemd standard error is a stream into the journal, and the syslog socket is the journal's too:
+    // there the line goes to standard error alone, its priority in front, and only there (JOURNAL_STREAM names
+    // the stream's device and inode).
+    void journalStream_data()
+    {
+        QTest::addColumn<bool>("isJournal");
+        QTest::addColumn<B>("text");
+        QTest::addColumn<B>("onStandardError");
+        QTest::addColumn<B>("toDaemon");
+        QTest::newRow("standard error is the journal stream") << true << B("once") << B("<3>once\n") << B();
+        QTest::newRow("a line feed is not doubled") << true << B("x\n") << B("<3>x\n") << B();
+        QTest::newRow("the journal stream is another file") << false << B("once") << HEADER + "once\n"
+                                                            << HEADER + "once";
+    }
+
+    void journalStream()
+    {
+        QFETCH(bool, isJournal);
+        QFETCH(B, text);
+        QFETCH(B, toDaemon);
+        const int daemon = listenAt(m_socket, SOCK_DGRAM);
+        QTemporaryFile other;
+        other.open();
+        const B copy = captured(2, [&] {
+            struct stat status {
+            };
+            ::fstat(isJournal ? 2 : other.handle(), &status);
+            qputenv("JOURNAL_STREAM",
+                    B::number(qulonglong(status.st_dev)) + ':' + B::number(qulonglong(status.st_ino)));
+            SyslogWriter writer("talvox", LOG_LOCAL2, m_socket.constData());
+            qunsetenv("JOURNAL_STREAM");
+            writer.write(LOG_LOCAL2 | LOG_ERR, text.constData());
+        });
+        QTEST(copy, "onStandardError");
+        const B got = received(daemon);
+        QCOMPARE(got.mid(got.indexOf(HEADER)), toDaemon);
+        ::close(daemon);
+    }
 
     // (A short line, its file's path and its function's return type dropped: test_startup, without colours.)
     void consoleLine_data()
