@@ -63,7 +63,9 @@ private slots:
         TALVOX_RIG_START(*rig, RigOptions { "en_US" }); // feet; the new simulator's de_DE: metres
         QVERIFY(rig->emitSignal("meter_counter_changed", { 10.0 }));
         QTRY_COMPARE(rig->query(0x30, 1).toHex(), QByteArray("42033333")); // counter 1: 32.8 ft
-        QVERIFY(setLine(6, "old5") && setLine(7, "old6"));
+        // The ACK comes before the handler runs: the barrier makes sure the old overlay got these
+        // texts, and no call of theirs reaches the new instance.
+        QVERIFY(setLine(6, "old5") && setLine(7, "old6") && rig->sync());
 
         QVERIFY(rig->killSimulator());
         QVERIFY(rig->startSimulator());
