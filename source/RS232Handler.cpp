@@ -188,6 +188,9 @@ int RS232Handler::registered_count() const
 
 void RS232Handler::exec_func(RS232Message& message)
 {
+    // Characters typed before this frame reach the overlay before it is
+    // handled, as if each had been sent on its own.
+    m_pTextLines->flushTypedText();
     const unsigned char group = message.get_group_id();
     const Handler handler = group < Protocol::GROUP_COUNT ? m_aHandlers[group][message.get_command_id()] : nullptr;
     if (!handler)

@@ -32,6 +32,10 @@ void begin_bus_command();
 bool bus_command_timed_out();
 // Notes the outcome of a finished query (a time-out stops the command).
 void note_bus_error(const QDBusError& error);
+// Whether the latest query that went out timed out: from then on until a
+// sibling answers again, what the overlay shows may differ from what was
+// sent to it (it hangs, or was replaced), and cached knowledge is checked.
+bool bus_sibling_silent();
 
 // Waits for a typed query; a failed or mistyped reply gives T().
 template <typename T> T waited(QDBusPendingReply<T> reply)
