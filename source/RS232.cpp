@@ -3,6 +3,7 @@
 #include "CEventLogger.h"
 #include "Protocol.h"
 #include "RS232Handler.h"
+#include "SerialTty.h"
 #include "talvox.h"
 
 #include <QFile>
@@ -25,6 +26,13 @@ ssize_t write_uninterrupted(int fd, const char* bytes, int size)
     while (result < 0 && errno == EINTR);
     return result;
 }
+
+// Bytes the tty has received and not yet handed out.
+int waiting_bytes(int fd)
+{
+    int waiting = 0;
+    return ::ioctl(fd, FIONREAD, &waiting) == 0 ? waiting : 0;
+}
 } // namespace
 
 RS232* RS232::instance()
@@ -45,7 +53,6 @@ RS232::RS232()
 int RS232::init(QString device)
 {
     close();
-    disconnect(&port, nullptr, this, nullptr);
 
     if (!device.startsWith('/'))
         device.prepend("/dev/");
@@ -54,24 +61,18 @@ int RS232::init(QString device)
         app_exit(8);
     }
 
-    port.setPortName(device);
-    port.setBaudRate(QSerialPort::Baud9600);
-    port.setDataBits(QSerialPort::Data8);
-    port.setParity(QSerialPort::NoParity);
-    port.setStopBits(QSerialPort::OneStop);
-    // Opening also applies the settings: a file that is no terminal fails here.
-    if (!port.open(QIODevice::ReadWrite)) {
-        TVX_LOG(CEventLogger::LOG_LEVEL_ERROR, "cannot open " + device + ": " + port.errorString());
+    QString error;
+    m_fd = SerialTty::openLine(device, error);
+    if (m_fd < 0) {
+        TVX_LOG(CEventLogger::LOG_LEVEL_ERROR, "cannot open " + device + ": " + error);
         return 0;
     }
 
-    // readyRead is the read notifier; a read or resource error is what a
-    // vanished device or a hung-up PC side looks like on this port class.
-    // Writes bypass the port class (write_to_line), so its errors are the
-    // read side's only.
-    connect(&port, &QSerialPort::readyRead, this, &RS232::receive_rs232_message);
-    connect(&port, &QSerialPort::errorOccurred, this, &RS232::on_port_error);
-    m_pWriteNotifier = new QSocketNotifier(port.handle(), QSocketNotifier::Write, this);
+    // A hang-up or a vanished adapter wakes the read notifier too; the read
+    // then fails or returns nothing, which ends the service.
+    m_pReadNotifier = new QSocketNotifier(m_fd, QSocketNotifier::Read, this);
+    connect(m_pReadNotifier, &QSocketNotifier::activated, this, &RS232::receive_rs232_message);
+    m_pWriteNotifier = new QSocketNotifier(m_fd, QSocketNotifier::Write, this);
     m_pWriteNotifier->setEnabled(false);
     connect(m_pWriteNotifier, &QSocketNotifier::activated, this, &RS232::on_writable);
     return 1;
@@ -79,13 +80,15 @@ int RS232::init(QString device)
 
 void RS232::close()
 {
+    delete m_pReadNotifier;
+    m_pReadNotifier = nullptr;
     delete m_pWriteNotifier;
     m_pWriteNotifier = nullptr;
     m_baPending.clear();
     m_frameSilence.stop();
     receiver.reset();
-    if (port.isOpen())
-        port.close();
+    SerialTty::closeLine(m_fd);
+    m_fd = -1;
 }
 
 void RS232::receive_rs232_message()
@@ -96,15 +99,24 @@ void RS232::receive_rs232_message()
         return;
     }
 
-    // Everything the port holds, into one buffer kept for every read (readAll()
-    // would allocate one per read); it only grows, to the largest read so far.
+    // Everything the line holds, into one buffer kept for every read; it only
+    // grows, to the largest read so far.
     static QByteArray chunk = [] {
         QByteArray buffer;
         buffer.reserve(512);
         return buffer;
     }();
-    chunk.resize(int(port.bytesAvailable()));
-    const qint64 got = chunk.isEmpty() ? 0 : port.read(chunk.data(), chunk.size());
+    chunk.resize(qMax(waiting_bytes(m_fd), 1));
+    ssize_t got;
+    do
+        got = ::read(m_fd, chunk.data(), size_t(chunk.size()));
+    while (got < 0 && errno == EINTR);
+    if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+        // Woken for nothing: the bytes went to an earlier read.
+        receiveLock.unlock();
+        return;
+    }
+    // End of file, EIO after a hang-up, or the device gone.
     if (got <= 0)
         line_lost();
     chunk.resize(int(got));
@@ -146,8 +158,7 @@ void RS232::on_frame_silence()
 {
     // Bytes already waiting were delayed by a slow handler, not by the PC:
     // they are read first and restart the wait.
-    int waiting = 0;
-    if (port.bytesAvailable() > 0 || (::ioctl(port.handle(), FIONREAD, &waiting) == 0 && waiting > 0)) {
+    if (waiting_bytes(m_fd) > 0) {
         m_frameSilence.start();
         return;
     }
@@ -156,12 +167,6 @@ void RS232::on_frame_silence()
         QString("RS232::receive_rs232_message: incomplete frame dropped after %1 ms of silence: ").arg(FRAME_SILENCE_MS)
             + receiver.message().toStr());
     receiver.reset();
-}
-
-void RS232::on_port_error(QSerialPort::SerialPortError error)
-{
-    if (error == QSerialPort::ReadError || error == QSerialPort::ResourceError)
-        line_lost();
 }
 
 void RS232::line_lost()
@@ -208,18 +213,18 @@ void RS232::send_raw_data(const QByteArray& data)
         TVX_LOG(CEventLogger::LOG_LEVEL_DEBUG, "RS232::send_raw_data: data:" + QString::fromLatin1(data.toHex()));
 }
 
-// Straight to the port when nothing is queued: one system call per ACK or
+// Straight to the tty when nothing is queued: one system call per ACK or
 // reply. What the line does not take now is queued and written when it is
 // writable; while the queue is full, whole writes are dropped, never part of
 // a frame. A failing write (the line hung up) is left to the read side, which
 // ends the service.
 void RS232::write_to_line(const char* bytes, int size)
 {
-    if (!port.isOpen() || size <= 0)
+    if (m_fd < 0 || size <= 0)
         return;
     int written = 0;
     if (m_baPending.isEmpty()) {
-        const ssize_t result = write_uninterrupted(port.handle(), bytes, size);
+        const ssize_t result = write_uninterrupted(m_fd, bytes, size);
         if (result < 0 && errno != EAGAIN && errno != EWOULDBLOCK)
             return;
         written = result > 0 ? int(result) : 0;
@@ -239,7 +244,7 @@ void RS232::write_to_line(const char* bytes, int size)
 
 void RS232::on_writable()
 {
-    const ssize_t result = write_uninterrupted(port.handle(), m_baPending.constData(), m_baPending.size());
+    const ssize_t result = write_uninterrupted(m_fd, m_baPending.constData(), m_baPending.size());
     if (result > 0)
         m_baPending.remove(0, int(result));
     else if (result < 0 && errno != EAGAIN && errno != EWOULDBLOCK)

@@ -7,7 +7,6 @@
 #include <QByteArray>
 #include <QElapsedTimer>
 #include <QObject>
-#include <QSerialPort>
 #include <QString>
 #include <QTimer>
 
@@ -16,6 +15,7 @@ class QSocketNotifier;
 // The serial link to the PC: one process-wide instance that owns the port,
 // turns the incoming bytes into frames, answers each with ACK or NAK, hands
 // valid frames to the command registry and writes the replies.
+// The tty is read and written directly, through two readiness notifiers.
 class RS232 : public QObject, private RS232ReceiverSink
 {
     Q_OBJECT
@@ -45,11 +45,10 @@ public:
     void handle_message(RS232Message& message);
 
 public slots:
-    // Reads everything the port has and runs it through the receiver.
+    // Reads everything the line has and runs it through the receiver.
     void receive_rs232_message();
 
 private slots:
-    void on_port_error(QSerialPort::SerialPortError error);
     void on_writable();
     void on_frame_silence();
 
@@ -65,11 +64,14 @@ private:
     void write_to_line(const char* bytes, int size);
     [[noreturn]] void line_lost();
 
-    QSerialPort port;
+    // The tty, -1 while closed.
+    int m_fd = -1;
     RS232Receiver receiver;
     // Output waiting for the line to take it, and whether a drop was logged.
     QByteArray m_baPending;
     bool m_bDropLogged = false;
+    // Readiness of the tty: read always, write only while output is queued.
+    QSocketNotifier* m_pReadNotifier = nullptr;
     QSocketNotifier* m_pWriteNotifier = nullptr;
     // Runs while a frame is open; restarted by every read.
     QTimer m_frameSilence;

@@ -79,7 +79,8 @@ private slots:
     }
 
     // A termination signal ends the service through its event loop: exit 0, lock file removed. The baud option
-    // is read ("fast" gives 0) and never applied: the service comes up all the same.
+    // is read ("fast" gives 0) and never applied: the service comes up all the same. The tty is held
+    // exclusively, without a UUCP lock file in /run/lock (the namespace's own, beside its /tmp).
     void signalsEndInOrder_data()
     {
         QTest::addColumn<int>("signal");
@@ -93,6 +94,7 @@ private slots:
         TestRig rig;
         TALVOX_RIG_START(rig, RigOptions { {}, { "-b", "fast" } });
         QVERIFY(QFile::exists(rig.lockFilePath()));
+        QVERIFY(QDir(QFileInfo(rig.lockFilePath()).absolutePath() + "/../lock").isEmpty());
         rig.signalService(signal);
         QCOMPARE(rig.waitForExit(5000), 0);
         QVERIFY(!QFile::exists(rig.lockFilePath()));
