@@ -180,10 +180,10 @@ void CTextLinesManager::appendToText(int handle, const QString& addition, bool t
         m_typedTextFlush.start();
 }
 
-void CTextLinesManager::flushTypedText()
+bool CTextLinesManager::flushTypedText()
 {
     if (m_unsentTexts.isEmpty() && m_coveredTexts.isEmpty())
-        return;
+        return false;
     m_typedTextFlush.stop();
     for (const quint32 handle : qAsConst(m_unsentTexts)) {
         // A text covered and destroyed meanwhile is not written first.
@@ -195,6 +195,7 @@ void CTextLinesManager::flushTypedText()
         m_rOverlay.destroy_text(int(handle));
     m_unsentTexts.clear();
     m_coveredTexts.clear();
+    return true;
 }
 
 void CTextLinesManager::dropTextsCoveredBy(int handle, unsigned char line)

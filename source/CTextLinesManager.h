@@ -66,8 +66,8 @@ public:
     void clearTextLine(unsigned char line);
     void clearScreen();
     // Sends the strings typed characters changed, and destroys the texts
-    // they covered. Cheap when nothing waits.
-    void flushTypedText();
+    // they covered. Cheap when nothing waits; true if anything went out.
+    bool flushTypedText();
 
     // The overlay service stopped or another instance took its name: its text
     // objects are gone. Forgets their handles (a new instance hands the same

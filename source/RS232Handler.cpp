@@ -213,6 +213,12 @@ void RS232Handler::exec_func(RS232Message& message)
         TVX_LOG(answer.logged_after_level, answer.logged_after);
 }
 
+void RS232Handler::flush_before_exit()
+{
+    if (m_pcInstance && m_pcInstance->m_pTextLines->flushTypedText())
+        wait_until_sent(QDBusConnection::systemBus());
+}
+
 int RS232Handler::text_handle_by_id(int textId)
 {
     return m_pTextLines->fixedTextHandle(textId);

@@ -82,6 +82,10 @@ public:
 
     // A printable byte that arrived outside a frame: typed at the cursor.
     static void add_char_to_line(char byte);
+    // The process ends: typed characters still held back go to the overlay
+    // and have left the process before it is gone. Nothing if the handler
+    // was never created.
+    static void flush_before_exit();
 
     // System information, clock and character set.
     static Reply fh_get_softwareversion(RS232Handler& self, const RS232Message& request);

@@ -37,6 +37,14 @@ bool bus_sibling_silent()
     return siblingSilent;
 }
 
+void wait_until_sent(const QDBusConnection& bus)
+{
+    const QDBusMessage ping = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping"));
+    bus.call(ping, QDBus::Block, BUS_CALL_TIMEOUT_MS);
+}
+
 QVariantList to_variant_list(const QVariant& value)
 {
     if (value.userType() == QMetaType::QVariantList)

@@ -1,8 +1,10 @@
 // The character screen and text commands as the overlay sees them; Russian locale (ISO-8859-5), log level 6.
 #include "TestRig.h"
 
+#include <QElapsedTimer>
 #include <QRegularExpression>
 #include <QTest>
+#include <QThread>
 
 class TestTextScreen : public QObject
 {
@@ -98,6 +100,36 @@ private slots:
         }
         QVERIFY(awaitOverlay());
         QCOMPARE(lineTexts(3), QString("ABCDEF at 0, 1 on 13"));
+    }
+
+    // Characters typed just before the process ends still reach the overlay: the run held back for
+    // them is sent on the way out, whether a signal ends the service or the line goes away. The
+    // signal or hang-up follows the log line of the last character at once, well within the delay
+    // (on a busy machine the delay may pass first: then the case proves less, but never fails).
+    void typedTextOutlivesTheService_data()
+    {
+        QTest::addColumn<bool>("lineGoes");
+        QTest::addColumn<int>("exitCode");
+        QTest::newRow("SIGTERM") << false << 0;
+        QTest::newRow("line gone") << true << 7;
+    }
+    void typedTextOutlivesTheService()
+    {
+        QFETCH(bool, lineGoes);
+        QFETCH(int, exitCode);
+        TestRig own;
+        TALVOX_RIG_START(own, RigOptions { "ru_RU" });
+        own.write("ABC");
+        for (QElapsedTimer waited; own.serviceLog().count("RS232Handler::add_char_to_line") < 3;) {
+            QVERIFY2(waited.elapsed() < 5000, "the typed characters were not handled");
+            QThread::usleep(200);
+        }
+        if (lineGoes)
+            own.hangUp();
+        else
+            own.signalService(SIGTERM);
+        QCOMPARE(own.waitForExit(5000), exitCode);
+        QVERIFY2(own.screen().contains("ABC"), qPrintable(own.screen()));
     }
 
     // Advancing wraps after column 39 and past the last line to line 3; a written text runs past the edge.
