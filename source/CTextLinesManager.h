@@ -53,7 +53,8 @@ public:
     int obtainAdjacentText(unsigned char column, unsigned char line);
 
     // How long a typed character may wait for the ones behind it: a person
-    // sees no lag, and at 9600 baud about ten characters share one call.
+    // sees no lag, and at 9600 baud about ten characters share one call. The
+    // line may have held it back before it was read (RS232::TYPED_GATHER_MS).
     static constexpr int TYPED_TEXT_DELAY_MS = 10;
 
     // Typed at the cursor; the overlay gets it with the next flush.
