@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // Cost of the receive path per byte: frames of typical sizes, loose typed
 // text and line noise pushed through the frame receiver, and the reply path
 // (message to frame bytes).

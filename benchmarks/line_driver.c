@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 /* line-driver [options] -- PROGRAM [ARG...]
  *
  * The PC end of the benchmark: opens a pty pair, starts PROGRAM with every

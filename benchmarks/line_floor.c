@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 /* line-floor DEVICE [--bus]
  *
  * The floors the service is compared with on the same kind of line and bus:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef FUZZCHECK_H
 #define FUZZCHECK_H
 

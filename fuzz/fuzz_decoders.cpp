@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // Every value encoding of the message frame and the small codecs of the text
 // screen, on arbitrary values and on data of any size: round trips must be
 // bit-exact, short data reads as zeros, nothing reads outside a buffer.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // Every command handler fed arbitrary requests: each (command id, group id)
 // pair of the table with data of any size, short, long and odd, dispatched
 // through the real registry. No sibling service is reachable, so every query

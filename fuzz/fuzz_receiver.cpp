@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // The frame receiver fed arbitrary bytes in arbitrary reads, through the same
 // receive() the serial link calls, with a sink that checks every action it is
 // asked for (ACK, NAK, frame, typed character) against the protocol's rules.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // talvox-sim: stand-in for the sibling services of talvox on the bus named by
 // DBUS_SYSTEM_BUS_ADDRESS, for tests and for trying talvox on a desk.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef CEVENTLOGGER_H
 #define CEVENTLOGGER_H
 

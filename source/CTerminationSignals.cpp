@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #include "CTerminationSignals.h"
 
 #include "CEventLogger.h"

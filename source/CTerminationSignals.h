@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef CTERMINATIONSIGNALS_H
 #define CTERMINATIONSIGNALS_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef CTEXTLINESMANAGER_H
 #define CTEXTLINESMANAGER_H
 

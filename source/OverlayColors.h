@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef OVERLAYCOLORS_H
 #define OVERLAYCOLORS_H
 

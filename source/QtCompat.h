@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef QTCOMPAT_H
 #define QTCOMPAT_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // The command handlers under the names the command catalogue gives them
 // (CommandCatalogue.cpp): the catalogue says which (command id, group id)
 // each one serves, this table only binds the names to the functions.

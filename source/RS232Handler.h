@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef RS232HANDLER_H
 #define RS232HANDLER_H
 

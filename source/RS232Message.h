@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef RS232MESSAGE_H
 #define RS232MESSAGE_H
 

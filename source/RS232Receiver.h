@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef RS232RECEIVER_H
 #define RS232RECEIVER_H
 

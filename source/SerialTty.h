@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef SERIALTTY_H
 #define SERIALTTY_H
 

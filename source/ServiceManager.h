@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef SERVICEMANAGER_H
 #define SERVICEMANAGER_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef SYSLOGWRITER_H
 #define SYSLOGWRITER_H
 

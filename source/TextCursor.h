@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef TEXTCURSOR_H
 #define TEXTCURSOR_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // Start-up of the service and its single-instance lock.
 #include "talvox.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef TALVOX_H
 #define TALVOX_H
 

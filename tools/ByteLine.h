@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef BYTELINE_H
 #define BYTELINE_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef CLIENTOPTIONS_H
 #define CLIENTOPTIONS_H
 

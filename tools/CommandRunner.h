@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef COMMANDRUNNER_H
 #define COMMANDRUNNER_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // The inputs of "decode": trace files (both directions with times, as
 // `scripts/run --trace` writes them), raw captures of one direction each,
 // or live lines that are only listened to.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef DECODECOMMAND_H
 #define DECODECOMMAND_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef LINEDECODER_H
 #define LINEDECODER_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef NETWORKLINE_H
 #define NETWORKLINE_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef PROTOCOLREFERENCE_H
 #define PROTOCOLREFERENCE_H
 

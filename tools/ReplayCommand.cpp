@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // Replays a recorded session, as gpsfake does for gpsd: the PC's chunks go
 // out one step at a time, each followed by the controller's answers to it
 // (ACK, NAK, reply frames), which are compared unit by unit with the trace.

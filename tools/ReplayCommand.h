@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef REPLAYCOMMAND_H
 #define REPLAYCOMMAND_H
 

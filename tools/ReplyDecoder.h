@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef REPLYDECODER_H
 #define REPLYDECODER_H
 

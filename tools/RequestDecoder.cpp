@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #include "RequestDecoder.h"
 
 #include "RS232Message.h"

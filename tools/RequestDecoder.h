@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef REQUESTDECODER_H
 #define REQUESTDECODER_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef REQUESTENCODER_H
 #define REQUESTENCODER_H
 

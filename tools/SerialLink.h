@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef SERIALLINK_H
 #define SERIALLINK_H
 

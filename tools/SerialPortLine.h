@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef SERIALPORTLINE_H
 #define SERIALPORTLINE_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef TELNETCODEC_H
 #define TELNETCODEC_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef TEXTCHARSET_H
 #define TEXTCHARSET_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef TRACEFILE_H
 #define TRACEFILE_H
 

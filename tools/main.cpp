@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // talvox-pc: sends commands of the serial protocol to a talvox controller,
 // as the PC application does, and prints the answers in plain words.
 #include "ClientOptions.h"

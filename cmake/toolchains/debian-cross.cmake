@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSD-2-Clause
 # Cross build against a Debian sysroot, run under user-mode qemu.
 # Included by the per-target files, which set:
 #   TALVOX_CROSS_ARCH       Debian architecture (s390x, i386)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSD-2-Clause
 # Little-endian 32-bit target: checks the word size (int, long, pointers).
 set(TALVOX_CROSS_ARCH i386)
 set(TALVOX_CROSS_TRIPLE i686-linux-gnu)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSD-2-Clause
 # The board's own CPU: 32-bit big-endian PowerPC (char unsigned), with
 # Debian's cross toolchain (g++-powerpc-linux-gnu, its C library in
 # /usr/powerpc-linux-gnu) and the Qt and libdbus that scripts/powerpc/build-prefix

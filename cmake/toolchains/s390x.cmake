@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSD-2-Clause
 # Big-endian 64-bit target: checks the byte order of the line encodings.
 set(TALVOX_CROSS_ARCH s390x)
 set(TALVOX_CROSS_TRIPLE s390x-linux-gnu)

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: BSD-2-Clause
 # The simulated controller as a workbench: the overlay in a browser, live,
 # and the sensors of the sibling services at hand.
 #

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef BUSCALL_H
 #define BUSCALL_H
 

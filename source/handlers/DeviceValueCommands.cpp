@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // Device data and values of crawler and camera. Most values are pushed by the
 // device bus service as signals and kept by the registry's slots; pressures,
 // roll and the camera module type are asked for on demand. Every value goes

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // 3D measurement and inclination commands. The 3D sensor is driven through the
 // device bus service, which pushes its data as a signal; the inclination
 // commands set the direction, distance and activity that the crawler pitch

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // Meter counter commands: the three cable meter counters of the system
 // management service. Queries answer from the values its change signals last
 // pushed; settings go to the service, which signals the new value back.

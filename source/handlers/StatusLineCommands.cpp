@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // Status line commands: the four status line fields are fixed overlay texts
 // that the PC addresses by an item byte 1 to 4. It writes and reads their
 // text, sets their colours, reads colours and visibility, and shows or hides

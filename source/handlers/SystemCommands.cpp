@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // System information, clock and character set commands, and the locale that
 // decides the character set of texts on the line and metres versus feet.
 #include "CEventLogger.h"

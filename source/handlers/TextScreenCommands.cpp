@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // Character screen commands: clear, place the cursor, write at the cursor,
 // read and replace whole lines, colour a line or the cursor, temporary lines,
 // the whole overlay on and off, and single fixed overlay texts on and off.

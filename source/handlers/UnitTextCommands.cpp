@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // Unit text commands: the sixteen unit texts are fixed overlay texts, each
 // next to a value the PC can query (meter counters, date, time, video
 // counter, device values). The PC reads a unit text's format, visibility and

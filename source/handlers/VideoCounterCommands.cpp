@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // Video counter commands: the running time code the video overlay service
 // draws on the picture. On the bus it is five ints, a leading value (always 1
 // when set, ignored when read) and the four counter values; on the line it is

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // The catalogue of readable command names. Most commands are single rows;
 // the families with one command id per item (unit texts, status line items,
 // meter counters, device values) are small tables expanded here, because

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef COMMANDCATALOGUE_H
 #define COMMANDCATALOGUE_H
 

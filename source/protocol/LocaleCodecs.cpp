@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #include "LocaleCodecs.h"
 
 const CountryCodec COUNTRY_CODECS[COUNTRY_CODEC_COUNT] = {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef LOCALECODECS_H
 #define LOCALECODECS_H
 

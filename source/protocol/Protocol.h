@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef PROTOCOL_H
 #define PROTOCOL_H
 

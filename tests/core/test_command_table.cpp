@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // The command table as the service builds it at start-up from the command catalogue: every (command id,
 // group id) of the protocol has exactly one handler and every handler serves at least one. Which frame
 // reaches which handler is proven on the line by the end-to-end tests.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // talvox-pc without a controller. Its decode on captures a technician might
 // bring: every byte ends up in a line (frames in words, typed text, stray
 // bytes, broken and truncated frames), replies are read in terms of their

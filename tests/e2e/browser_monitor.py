@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: BSD-2-Clause
 # The overlay monitor in a real browser (Debian's Chromium, headless, through
 # chromium-driver): a line written by talvox-pc appears at its position in its
 # colour, and a meter counter moved on the page is what talvox-pc reads.

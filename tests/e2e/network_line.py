@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: BSD-2-Clause
 # The simulated controller over the network, end to end: `scripts/run
 # --listen --trace` serves the PC end through ser2net; pyserial's RFC 2217
 # client (a client this project did not write) and talvox-pc drive it; the

@@ -1,4 +1,5 @@
 #!/usr/bin/python3
+# SPDX-License-Identifier: BSD-2-Clause
 # The recorded sessions in tests/traces/ replayed against a fresh simulated
 # controller each, as gpsd replays its logs: every answer must match. Then a
 # copy of a trace with one reply byte changed must make replay fail, saying

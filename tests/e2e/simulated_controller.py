@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: BSD-2-Clause
 # A simulated controller for a test: scripts/run --no-build in a directory of
 # its own (its own bus, simulator, line and talvox), ready once it says so.
 import os

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // Measured values end to end: meter counters in metres or feet, device values and data, video counter,
 // 3D measurement and inclination.
 #include "TestRig.h"

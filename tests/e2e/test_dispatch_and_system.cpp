@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // Character sets, software texts, locale and clock end to end (date programs are recording stand-ins).
 #include "RS232Message.h"
 #include "TestRig.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // Whatever arrives on the line, the service stays up, its memory stays put,
 // and once the noise stops a valid query is answered byte for byte.
 #include "TestRig.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // The serial link of the real service over a pty: ACK, NAK and silence as the
 // PC sees them, frames in any split, bursts, and the end when the PC hangs up.
 #include "TestRig.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // The service manager's notification protocol, as systemd sees it under talvox@.service (Type=notify,
 // WatchdogSec=): the service alone gets NOTIFY_SOCKET naming a datagram socket of this test.
 #include "TestRig.h"

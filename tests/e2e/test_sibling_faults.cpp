@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // Sibling services and the bus failing under the service: a sibling that hangs, one that is killed
 // and restarted, one that starts after talvox, and the bus daemon dying. Each case runs on a rig of
 // its own. In every case the line keeps acknowledging, queries answer again as soon as the sibling

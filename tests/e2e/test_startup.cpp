@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // Start-up of the real executable: options, the lock file and the exit codes
 // of the paths that end before the event loop.
 #include "TestRig.h"

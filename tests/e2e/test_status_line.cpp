@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // Status line fields (items 1 to 4: overlay texts 94 to 91) and unit texts under their irregular ids.
 #include "TestRig.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // The character screen and text commands as the overlay sees them; Russian locale (ISO-8859-5), log level 6.
 #include "TestRig.h"
 

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: BSD-2-Clause
 # check-man-pages.sh PAGE...: each page renders without a warning from man.
 # Exit 77 (skipped) without man.
 set -eu

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: BSD-2-Clause
 # check-unit.sh UNIT TALVOX: systemd-analyze verify finds nothing to say about
 # the template unit UNIT, checked as the instance talvox@ttyS0.service with
 # its ExecStart pointed at the built TALVOX (the installed path is checked by

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 #ifndef TESTRIG_H
 #define TESTRIG_H
 

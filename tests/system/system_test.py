@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: BSD-2-Clause
 """The installed package in a booted Debian 12 system, checked from the host as a user would.
 
 qemu (TCG) boots the image that scripts/system-test made; the host plugs and pulls an emulated FTDI USB serial

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // Both faces of the log: the console line builder byte for byte, and the syslog line as a stand-in daemon on
 // a socket of the test's own receives it and as standard error shows it, Qt's messages included.
 #include "CEventLogger.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // The value encodings of the message frame, checked bit by bit from raw patterns so that they hold on the
 // controller (big-endian, 32-bit) as on the development host (these tests run in the s390x and i386 cross
 // builds too), with the int and short-input quirks; and no read past the data.

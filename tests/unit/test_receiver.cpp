@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // The frame receiver fed byte streams read by read, as the serial link feeds it: the ACK before the frame,
 // a refused byte ends its read, the state survives between reads.
 #include "RS232Receiver.h"

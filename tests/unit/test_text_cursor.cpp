@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // The character screen's cursor arithmetic and the one-byte colour code. The cursor runs over the ordinary
 // lines 3 to count - 2 only; placing it cannot reach the last column, advancing can. All values are 8-bit.
 #include "OverlayColors.h"

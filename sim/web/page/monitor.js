@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: BSD-2-Clause
 // The overlay monitor: draws the state talvox-sim reports (pushed over the
 // WebSocket at /live on every change) and sends sensor changes back.
 "use strict";
