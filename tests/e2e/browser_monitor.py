@@ -12,18 +12,11 @@ import subprocess
 import sys
 import tempfile
 
-from simulated_controller import SimulatedController, wait_until
+from simulated_controller import SimulatedController, check, failures, wait_until
 
 SOURCE, BUILD = sys.argv[1], sys.argv[2]
 CLIENT = os.path.join(BUILD, "tools", "talvox-pc")
 WORK = os.path.join(BUILD, "tests", "browser-monitor")
-failures = []
-
-
-def check(condition, what):
-    print(("ok    " if condition else "FAIL  ") + what, flush=True)
-    if not condition:
-        failures.append(what)
 
 
 def client(port, *arguments):

@@ -11,10 +11,11 @@ import re
 import socket
 import subprocess
 import sys
-import time
 from pathlib import Path
 
 import serial
+
+from simulated_controller import check, failures, wait_until
 
 SOURCE, BUILD = sys.argv[1], sys.argv[2]
 CLIENT = os.path.join(BUILD, "tools", "talvox-pc")
@@ -24,13 +25,6 @@ PC_PORT = os.path.join(WORK, "pc-port")
 RUN_LOG = Path(WORK, "run.log")
 ACK = b"\x06"
 VERSION = "Vemo <Name> GUI: V<x>.<y>.<z>-rc<w> in work"
-failures = []
-
-
-def check(condition, what):
-    print(("ok    " if condition else "FAIL  ") + what, flush=True)
-    if not condition:
-        failures.append(what)
 
 
 def frame(command, group, data=b""):
@@ -40,15 +34,6 @@ def frame(command, group, data=b""):
 def client(*arguments, script=None):
     result = subprocess.run([CLIENT, *arguments], input=script and script.encode(), capture_output=True, timeout=20)
     return result.returncode, result.stdout.decode("utf-8", "replace"), result.stderr.decode("utf-8", "replace")
-
-
-def wait_until(condition, seconds):
-    deadline = time.monotonic() + seconds
-    while not condition():
-        if time.monotonic() > deadline:
-            return False
-        time.sleep(0.05)
-    return True
 
 
 def pyserial_session(port):

@@ -12,18 +12,11 @@ import re
 import subprocess
 import sys
 
-from simulated_controller import SimulatedController
+from simulated_controller import SimulatedController, check, failures
 
 SOURCE, BUILD = sys.argv[1], sys.argv[2]
 CLIENT = os.path.join(BUILD, "tools", "talvox-pc")
 WORK = os.path.join(BUILD, "tests", "replay-corpus")
-failures = []
-
-
-def check(condition, what):
-    print(("ok    " if condition else "FAIL  ") + what, flush=True)
-    if not condition:
-        failures.append(what)
 
 
 def replay(port, trace):

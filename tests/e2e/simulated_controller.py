@@ -7,6 +7,16 @@ import time
 from pathlib import Path
 
 
+# What went wrong in a test script, in order; the script exits 1 if anything did.
+failures = []
+
+
+def check(condition, what):
+    print(("ok    " if condition else "FAIL  ") + what, flush=True)
+    if not condition:
+        failures.append(what)
+
+
 def wait_until(condition, seconds):
     deadline = time.monotonic() + seconds
     while not condition():
