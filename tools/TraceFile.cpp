@@ -3,8 +3,6 @@
 
 #include <QRegularExpression>
 
-const char TRACE_HEADER[] = "# talvox line trace";
-
 bool parseTraceLine(const QString& line, TraceChunk* chunk)
 {
     static const QRegularExpression FIELDS(QStringLiteral("^(\\S+)\\s+(pc|ctl)((?:\\s+[0-9a-f]{2})*)\\s*$"),

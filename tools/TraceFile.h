@@ -13,7 +13,7 @@
 // time without blanks ("-" if unknown); '#' starts a comment.
 
 // The first line of a trace file.
-extern const char TRACE_HEADER[];
+inline constexpr char TRACE_HEADER[] = "# talvox line trace";
 
 struct TraceChunk {
     int lineNumber = 0;
