@@ -49,10 +49,6 @@ RS232::RS232()
     m_frameSilence.setSingleShot(true);
     m_frameSilence.setInterval(FRAME_SILENCE_MS);
     connect(&m_frameSilence, &QTimer::timeout, this, &RS232::on_frame_silence);
-    m_typedGather.setSingleShot(true);
-    m_typedGather.setTimerType(Qt::PreciseTimer);
-    m_typedGather.setInterval(TYPED_GATHER_MS);
-    connect(&m_typedGather, &QTimer::timeout, this, &RS232::on_typed_gathered);
 }
 
 int RS232::init(QString device)
@@ -91,7 +87,6 @@ void RS232::close()
     m_pWriteNotifier = nullptr;
     m_baPending.clear();
     m_frameSilence.stop();
-    m_typedGather.stop();
     receiver.reset();
     SerialTty::closeLine(m_fd);
     m_fd = -1;
@@ -102,9 +97,6 @@ void RS232::receive_rs232_message()
     static QMutex receiveLock;
     if (!receiveLock.tryLock()) {
         CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "Rubo-mutex");
-        // The line is read once the read under way is done.
-        if (!m_pReadNotifier->isEnabled())
-            m_typedGather.start();
         return;
     }
 
@@ -121,9 +113,7 @@ void RS232::receive_rs232_message()
         got = ::read(m_fd, chunk.data(), size_t(chunk.size()));
     while (got < 0 && errno == EINTR);
     if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
-        // Woken for nothing (the bytes went to an earlier read), or no more
-        // text came: the notifier waits for the next byte.
-        m_pReadNotifier->setEnabled(true);
+        // Woken for nothing: the bytes went to an earlier read.
         receiveLock.unlock();
         return;
     }
@@ -132,7 +122,6 @@ void RS232::receive_rs232_message()
         line_lost();
     chunk.resize(int(got));
 
-    m_bRefused = false;
     receiver.receive(chunk, *this);
     // An open frame must go on arriving; one left half sent must not hold
     // back every frame after it.
@@ -140,27 +129,11 @@ void RS232::receive_rs232_message()
         m_frameSilence.start();
     else
         m_frameSilence.stop();
-    // Outside a frame and not refused, a printable last byte was typed: more
-    // text is likely on its way and is left to gather. While text goes on
-    // coming the notifier stays off: switching it costs the event loop a
-    // wake-up each way.
-    const bool typedLast
-        = !receiver.in_frame() && !m_bRefused && static_cast<unsigned char>(chunk.back()) >= Protocol::FIRST_PRINTABLE;
-    m_pReadNotifier->setEnabled(!typedLast);
-    if (typedLast)
-        m_typedGather.start();
     receiveLock.unlock();
-}
-
-void RS232::on_typed_gathered()
-{
-    // Whatever came meanwhile, a hang-up included, is read now.
-    receive_rs232_message();
 }
 
 void RS232::refuse(const QByteArray& chunk, int)
 {
-    m_bRefused = true;
     // The log shows the whole read, the refused byte somewhere in it.
     TVX_LOG(CEventLogger::LOG_LEVEL_EMERGENCY,
             "RS232::receive_rs232_message: message invalid: " + QString::fromLatin1(chunk.toHex()));

@@ -189,9 +189,6 @@ int RS232Handler::registered_count() const
 
 void RS232Handler::exec_func(RS232Message& message)
 {
-    // Characters typed before this frame reach the overlay before it is
-    // handled, as if each had been sent on its own.
-    m_pTextLines->flushTypedText();
     const unsigned char group = message.get_group_id();
     const Handler handler = group < Protocol::GROUP_COUNT ? m_aHandlers[group][message.get_command_id()] : nullptr;
     if (!handler)
@@ -212,12 +209,6 @@ void RS232Handler::exec_func(RS232Message& message)
     RS232::instance()->send_message(&frame);
     if (!answer.logged_after.isEmpty())
         TVX_LOG(answer.logged_after_level, answer.logged_after);
-}
-
-void RS232Handler::flush_before_exit()
-{
-    if (m_pcInstance && m_pcInstance->m_pTextLines->flushTypedText())
-        wait_until_sent(QDBusConnection::systemBus());
 }
 
 int RS232Handler::text_handle_by_id(int textId)

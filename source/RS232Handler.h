@@ -11,9 +11,6 @@
 #include <QString>
 #include <QStringList>
 
-#include <array>
-#include <bitset>
-
 class CHolvardMeterCounterInterface;
 class CHolvardSysLocaleInterface;
 class CQuorendVideoOverlayInterface;
@@ -83,17 +80,9 @@ public:
     bool locale_codec_selected() const;
     QByteArray encode_text(const QString& text) const;
     QString decode_text(const QByteArray& bytes) const;
-    // A typed byte as the locale codec reads it on its own (null if it reads
-    // as nothing). Decoded once per byte and locale: decoding opens the
-    // codec's converter, which costs more than the rest of a typed character.
-    QChar typed_char(unsigned char byte);
 
     // A printable byte that arrived outside a frame: typed at the cursor.
     static void add_char_to_line(char byte);
-    // The process ends: typed characters still held back go to the overlay
-    // and have left the process before it is gone. Nothing if the handler
-    // was never created.
-    static void flush_before_exit();
 
     // System information, clock and character set.
     static Reply fh_get_softwareversion(RS232Handler& self, const RS232Message& request);
@@ -193,8 +182,6 @@ private:
     qint32 m_iCodecSelector;
     bool m_bMetric;
     QTextCodec* m_pLocaleCodec;
-    std::array<QChar, 256> m_aTypedChars;
-    std::bitset<256> m_typedCharsKnown;
 
     float m_fMeterCounter;
     float m_fSatMeterCounter;

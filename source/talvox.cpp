@@ -93,8 +93,6 @@ void lock_end()
 
 void app_exit(int status)
 {
-    // Every ending passes here: a signal, the line gone, the bus gone.
-    RS232Handler::flush_before_exit();
     lock_end();
     std::exit(status);
 }

@@ -7,8 +7,7 @@
 
 namespace {
 bool commandTimedOut = false;
-bool siblingSilent = false;
-} // namespace
+}
 
 void limit_call_time(QDBusAbstractInterface& proxy)
 {
@@ -28,22 +27,8 @@ bool bus_command_timed_out()
 void note_bus_error(const QDBusError& error)
 {
     // A sibling that hangs gives NoReply when the call's time-out passes.
-    siblingSilent = error.type() == QDBusError::NoReply || error.type() == QDBusError::Timeout;
-    if (siblingSilent)
+    if (error.type() == QDBusError::NoReply || error.type() == QDBusError::Timeout)
         commandTimedOut = true;
-}
-
-bool bus_sibling_silent()
-{
-    return siblingSilent;
-}
-
-void wait_until_sent(const QDBusConnection& bus)
-{
-    const QDBusMessage ping = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-        QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping"));
-    bus.call(ping, QDBus::Block, BUS_CALL_TIMEOUT_MS);
 }
 
 QVariantList to_variant_list(const QVariant& value)

@@ -12,7 +12,6 @@
 // line at most one time-out per command.
 
 #include <QDBusAbstractInterface>
-#include <QDBusConnection>
 #include <QDBusError>
 #include <QDBusPendingReply>
 #include <QVariant>
@@ -34,10 +33,6 @@ void begin_bus_command();
 bool bus_command_timed_out();
 // Notes the outcome of a finished query (a time-out stops the command).
 void note_bus_error(const QDBusError& error);
-// Whether the latest query that went out timed out: from then on until a
-// sibling answers again, what the overlay shows may differ from what was
-// sent to it (it hangs, or was replaced), and cached knowledge is checked.
-bool bus_sibling_silent();
 
 // Waits for a typed query; a failed or mistyped reply gives T().
 template <typename T> T waited(QDBusPendingReply<T> reply)
@@ -54,12 +49,6 @@ template <typename T> T waited(QDBusPendingReply<T> reply)
 // Any other answer (an error, another type) gives an empty list.
 QVariantList waited_list(const QDBusPendingCall& call);
 QVariantList to_variant_list(const QVariant& value);
-
-// Returns once everything sent on the connection so far has left the
-// process (settings are handed to the bus library's thread and would be
-// lost if the process ended first): the bus daemon answers a ping only
-// after it has read what came before. At most BUS_CALL_TIMEOUT_MS.
-void wait_until_sent(const QDBusConnection& bus);
 
 // Whether a setting of this command may still go out: not once a query of
 // the command has timed out. Settings are never waited for.

@@ -26,7 +26,7 @@ struct MeterCounter {
     const char* query_name;
     const char* query_done;
     const char* setting_name;
-    void (CHolvardMeterCounterInterface::*set)(double value);
+    QDBusPendingReply<> (CHolvardMeterCounterInterface::*set)(double value);
 };
 
 // Counter 1 is read and set under 0x30, counter 2 under 0x36, counter 3 is

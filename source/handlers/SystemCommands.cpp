@@ -83,19 +83,6 @@ void RS232Handler::setTalvoxLocale(const QString& locale_code)
     QLocale::setDefault(locale);
     m_bMetric = locale.country() != QLocale::UnitedStates;
     m_pLocaleCodec = codecNamed(locale_codec_name(locale.country()));
-    m_typedCharsKnown.reset();
-}
-
-QChar RS232Handler::typed_char(unsigned char byte)
-{
-    if (!m_typedCharsKnown.test(byte)) {
-        const char raw = char(byte);
-        const QByteArray bytes = QByteArray::fromRawData(&raw, 1);
-        const QString text = m_pLocaleCodec ? m_pLocaleCodec->toUnicode(bytes) : QString::fromLatin1(bytes);
-        m_aTypedChars[byte] = text.isEmpty() ? QChar() : text.at(0);
-        m_typedCharsKnown.set(byte);
-    }
-    return m_aTypedChars[byte];
 }
 
 RS232Handler::Reply RS232Handler::fh_get_softwareversion(RS232Handler& self, const RS232Message&)

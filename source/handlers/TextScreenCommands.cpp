@@ -155,9 +155,9 @@ void RS232Handler::add_char_to_line(char byte)
     // Typed characters are written only while the locale codec is selected.
     if (!self.locale_codec_selected())
         return;
-    const QChar character = self.typed_char(static_cast<unsigned char>(byte));
+    const QString text = self.decode_text(QByteArray::fromRawData(&byte, 1));
     begin_bus_command();
-    self.m_pTextLines->writeChar(character);
+    self.m_pTextLines->writeChar(text.isEmpty() ? QChar() : text.at(0));
 }
 
 RS232Handler::Reply RS232Handler::fh_start_temp_text(RS232Handler& self, const RS232Message& request)
