@@ -14,10 +14,11 @@
 // as on the line).
 #include "CEventLogger.h"
 #include "FuzzCheck.h"
-#include "RS232.h"
 #include "RS232Handler.h"
+#include "SystemClock.h"
 
 #include <QCoreApplication>
+#include <QDBusConnection>
 #include <QFile>
 
 #include <cstddef>
@@ -34,13 +35,15 @@ bool isStandIn(const char* path)
     return program.open(QIODevice::ReadOnly) && program.read(4096).contains("TALVOX_STANDIN_LOG");
 }
 
+RS232Handler* registry = nullptr;
+
 void dispatch(unsigned char command, unsigned char group, const QByteArray& data)
 {
     RS232Message request;
     request.set_command_id(command);
     request.set_group_id(group);
     request.set_data(data);
-    RS232Handler::instance()->exec_func(request);
+    registry->exec_func(request);
 }
 } // namespace
 
@@ -57,9 +60,10 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
 
     CEventLogger::initialize("talvox-fuzz", CEventLogger::LOG_LEVEL_EMERGENCY);
     CEventLogger::setLoggingEnabled(false);
-    RS232::instance();
-    RS232Handler::instance()->init();
-    FUZZ_CHECK(RS232Handler::instance()->registered_count() == 167);
+    static SystemClock clock;
+    registry = new RS232Handler(QDBusConnection::systemBus(), clock);
+    registry->init();
+    FUZZ_CHECK(registry->registered_count() == 167);
     return 0;
 }
 

@@ -142,7 +142,7 @@ void RS232::refuse(const QByteArray& chunk, int)
 
 void RS232::type_char(char byte)
 {
-    RS232Handler::add_char_to_line(byte);
+    m_pRegistry->add_char_to_line(byte);
 }
 
 void RS232::end_due()
@@ -260,5 +260,11 @@ void RS232::on_writable()
 
 void RS232::handle_message(RS232Message& message)
 {
-    RS232Handler::instance()->exec_func(message);
+    const RS232Handler::ReplyFrame reply = m_pRegistry->exec_func(message);
+    if (!reply.exists)
+        return;
+    RS232Message frame = reply.frame;
+    send_message(&frame);
+    if (!reply.logged_after.isEmpty())
+        TVX_LOG(reply.logged_after_level, reply.logged_after);
 }

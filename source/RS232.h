@@ -12,6 +12,7 @@
 #include <QTimer>
 
 class QSocketNotifier;
+class RS232Handler;
 
 // The serial link to the PC: one process-wide instance that owns the port,
 // turns the incoming bytes into frames, answers each with ACK or NAK, hands
@@ -32,6 +33,8 @@ public:
     static constexpr int MAX_PENDING_OUTPUT = 4096;
 
     static RS232* instance();
+    // Where valid frames and typed characters go from now on.
+    void serve(RS232Handler& registry) { m_pRegistry = &registry; }
 
     // Opens the device ("ttyS0" means /dev/ttyS0) at 9600 8N1; 1 if it is
     // open, 0 if not (the reason is logged). A missing device ends the
@@ -65,6 +68,7 @@ private:
     void write_to_line(const char* bytes, int size);
     [[noreturn]] void line_lost();
 
+    RS232Handler* m_pRegistry = nullptr;
     // The tty, -1 while closed.
     int m_fd = -1;
     RS232Receiver receiver;

@@ -11,14 +11,10 @@
 #include "CTravendDeviceEventsInterface.h"
 #include "CTravendDeviceStatusInterface.h"
 #include "CommandCatalogue.h"
-#include "RS232.h"
-#include "talvox.h"
 
 #include <QDBusConnection>
 #include <QDBusServiceWatcher>
 #include <cmath>
-
-RS232Handler* RS232Handler::m_pcInstance = nullptr;
 
 namespace {
 const char* const HOLVARD = "local.vemo.holvard";
@@ -30,14 +26,12 @@ const float DEGREES_TO_RADIANS = 0.017453292f;
 // The bus library's own signal when the connection to the bus daemon breaks.
 const char* const LOCAL_PATH = "/org/freedesktop/DBus/Local";
 const char* const LOCAL_INTERFACE = "org.freedesktop.DBus.Local";
-// Ends the process so that the service manager starts it on the new bus: the
-// connection is not re-established and signal subscriptions would be lost.
-const int EXIT_BUS_LOST = 9;
 
 template <typename Proxy>
-Proxy* createProxy(const char* service, const char* path, QObject* parent, const char* failureText)
+Proxy* createProxy(const QDBusConnection& bus, const char* service, const char* path, QObject* parent,
+                   const char* failureText)
 {
-    Proxy* proxy = new Proxy(service, path, QDBusConnection::systemBus(), parent);
+    Proxy* proxy = new Proxy(service, path, bus, parent);
     limit_call_time(*proxy);
     if (!proxy->isValid())
         CEventLogger::logMessage(CEventLogger::LOG_LEVEL_ERROR, failureText);
@@ -45,14 +39,7 @@ Proxy* createProxy(const char* service, const char* path, QObject* parent, const
 }
 } // namespace
 
-RS232Handler* RS232Handler::instance()
-{
-    if (!m_pcInstance)
-        m_pcInstance = new RS232Handler();
-    return m_pcInstance;
-}
-
-RS232Handler::RS232Handler()
+RS232Handler::RS232Handler(const QDBusConnection& connection, SystemClock& clock)
     : QObject(nullptr)
     , m_pMeterCounter(nullptr)
     , m_pSysLocale(nullptr)
@@ -82,8 +69,9 @@ RS232Handler::RS232Handler()
     , m_d3DX(0.0)
     , m_d3DY(0.0)
     , m_d3DZ(0.0)
+    , m_rClock(clock)
 {
-    QDBusConnection bus = QDBusConnection::systemBus();
+    QDBusConnection bus = connection;
     bus.connect(QString(), LOCAL_PATH, LOCAL_INTERFACE, "Disconnected", this, SLOT(onBusDisconnected()));
 
     // Watched before anything is read from them, so that no restart between
@@ -93,8 +81,7 @@ RS232Handler::RS232Handler()
     siblings->addWatchedService(HOLVARD);
     connect(siblings, &QDBusServiceWatcher::serviceOwnerChanged, this, &RS232Handler::onSiblingOwnerChanged);
 
-    m_pMeterCounter = createProxy<CHolvardMeterCounterInterface>(
-        HOLVARD, "/metercounter", this, "Could not create dbus interface 'local.vemo.holvard/metercounter'!");
+    m_pMeterCounter = createProxy<CHolvardMeterCounterInterface>(bus, HOLVARD, "/metercounter", this, "Could not create dbus interface 'local.vemo.holvard/metercounter'!");
     using Counters = CHolvardMeterCounterInterface;
     connect(m_pMeterCounter, &Counters::meter_counter_changed, this, &RS232Handler::onMeterCounterChanged);
     connect(m_pMeterCounter, &Counters::meter_counter_sat_changed, this, &RS232Handler::onSatMeterCounterChanged);
@@ -105,22 +92,17 @@ RS232Handler::RS232Handler()
     bus.connect(QUOREND, "/videooverlay", CQuorendVideoOverlayInterface::staticInterfaceName(), "videocounter_changed",
                 this, SLOT(onVideoCounterChanged(int, int, int, int)));
 
-    m_pSysLocale = createProxy<CHolvardSysLocaleInterface>(
-        HOLVARD, "/syslocale", this, "Could not create dbus interface 'local.vemo.holvard/syslocale'!");
+    m_pSysLocale = createProxy<CHolvardSysLocaleInterface>(bus, HOLVARD, "/syslocale", this, "Could not create dbus interface 'local.vemo.holvard/syslocale'!");
     connect(m_pSysLocale, &CHolvardSysLocaleInterface::locale_changed, this, &RS232Handler::onLocaleChanged);
 
-    m_pVideoOverlay = createProxy<CQuorendVideoOverlayInterface>(
-        QUOREND, "/videooverlay", this, "Could not create dbus interface 'local.vemo.quorend/videooverlay'!");
+    m_pVideoOverlay = createProxy<CQuorendVideoOverlayInterface>(bus, QUOREND, "/videooverlay", this, "Could not create dbus interface 'local.vemo.quorend/videooverlay'!");
     begin_bus_command();
     m_pTextLines = new CTextLinesManager(*m_pVideoOverlay);
 
-    m_pDeviceStatus = createProxy<CTravendDeviceStatusInterface>(
-        TRAVEND, "/devicestatus", this, "Could not create dbus interface 'local.vemo.travend/devicestatus'!");
-    m_pDeviceEvents = createProxy<CTravendDeviceEventsInterface>(
-        TRAVEND, "/deviceevents", this, "Could not create dbus interface 'local.vemo.travend/deviceevents'!");
+    m_pDeviceStatus = createProxy<CTravendDeviceStatusInterface>(bus, TRAVEND, "/devicestatus", this, "Could not create dbus interface 'local.vemo.travend/devicestatus'!");
+    m_pDeviceEvents = createProxy<CTravendDeviceEventsInterface>(bus, TRAVEND, "/deviceevents", this, "Could not create dbus interface 'local.vemo.travend/deviceevents'!");
     // The device control proxy has no failure text of its own.
-    m_pDeviceControl = createProxy<CTravendDeviceControlInterface>(
-        TRAVEND, "/devicecontrol", this, "Could not create dbus interface 'local.vemo.travend/deviceevents'!");
+    m_pDeviceControl = createProxy<CTravendDeviceControlInterface>(bus, TRAVEND, "/devicecontrol", this, "Could not create dbus interface 'local.vemo.travend/deviceevents'!");
 
     using Events = CTravendDeviceEventsInterface;
     connect(m_pDeviceEvents, &Events::crawler_pitch, this, &RS232Handler::onCrawlerPitch);
@@ -187,12 +169,12 @@ int RS232Handler::registered_count() const
     return count;
 }
 
-void RS232Handler::exec_func(RS232Message& message)
+RS232Handler::ReplyFrame RS232Handler::exec_func(const RS232Message& message)
 {
     const unsigned char group = message.get_group_id();
     const Handler handler = group < Protocol::GROUP_COUNT ? m_aHandlers[group][message.get_command_id()] : nullptr;
     if (!handler)
-        return;
+        return ReplyFrame();
 
     // The trailing " 30" is the same on every line (48 in hexadecimal).
     if (CEventLogger::wouldLog(CEventLogger::LOG_LEVEL_DEBUG))
@@ -200,15 +182,16 @@ void RS232Handler::exec_func(RS232Message& message)
                 "handling " + create_id(message.get_command_id(), group) + QString(" %1").arg(48, 0, 16));
     begin_bus_command();
     const Reply answer = handler(*this, message);
+    ReplyFrame reply;
     if (!answer.exists)
-        return;
-    RS232Message frame;
-    frame.set_command_id(message.get_command_id());
-    frame.set_group_id(group);
-    frame.set_data(answer.data);
-    RS232::instance()->send_message(&frame);
-    if (!answer.logged_after.isEmpty())
-        TVX_LOG(answer.logged_after_level, answer.logged_after);
+        return reply;
+    reply.exists = true;
+    reply.frame.set_command_id(message.get_command_id());
+    reply.frame.set_group_id(group);
+    reply.frame.set_data(answer.data);
+    reply.logged_after = answer.logged_after;
+    reply.logged_after_level = answer.logged_after_level;
+    return reply;
 }
 
 int RS232Handler::text_handle_by_id(int textId)
@@ -219,7 +202,7 @@ int RS232Handler::text_handle_by_id(int textId)
 void RS232Handler::onBusDisconnected()
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_ERROR, "lost the system bus connection");
-    app_exit(EXIT_BUS_LOST);
+    emit bus_lost();
 }
 
 void RS232Handler::onSiblingOwnerChanged(const QString& service, const QString&, const QString& newOwner)

@@ -18,15 +18,16 @@ class CTravendDeviceStatusInterface;
 class CTravendDeviceEventsInterface;
 class CTravendDeviceControlInterface;
 class CTextLinesManager;
+class QDBusConnection;
 class QTextCodec;
+class SystemClock;
 
-// The command registry: one process-wide object that maps (command id,
-// group id) to a handler, dispatches every valid frame, owns the bus proxies
-// and the character screen, and keeps the values the sibling services push.
+// The command registry: maps (command id, group id) to a handler, turns every
+// valid frame into its reply frame (or none), owns the bus proxies and the
+// character screen, and keeps the values the sibling services push.
 //
 // Group 0 carries actions, group 1 queries (the handler replies with the
-// request's ids), group 2 settings. Handlers are static members; they reach
-// the shared state through instance(). Their implementations live in
+// request's ids), group 2 settings. Their implementations live in
 // source/handlers/, one file per command family.
 class RS232Handler : public QObject
 {
@@ -64,13 +65,24 @@ public:
     // named twice, a pair outside the groups); empty when all is well.
     static QStringList bind_command_table(CommandTable& table);
 
-    static RS232Handler* instance();
+    // What the link sends for a frame: the reply frame, if any, and the line
+    // logged after it is sent (the "... done." lines).
+    struct ReplyFrame {
+        bool exists = false;
+        RS232Message frame;
+        QString logged_after;
+        CEventLogger::ELogLevel logged_after_level = CEventLogger::LOG_LEVEL_EMERGENCY;
+    };
+
+    // Connects to the siblings on `bus` and reads the locale. The clock is
+    // what the clock commands read and set.
+    RS232Handler(const QDBusConnection& bus, SystemClock& clock);
     ~RS232Handler() override;
 
     void init();
     // "0x30|0x1": a command's key in the log.
     static QString create_id(int command_id, int group_id);
-    void exec_func(RS232Message& message);
+    ReplyFrame exec_func(const RS232Message& message);
     int registered_count() const;
 
     void setTalvoxLocale(const QString& locale_code);
@@ -82,7 +94,7 @@ public:
     QString decode_text(const QByteArray& bytes) const;
 
     // A printable byte that arrived outside a frame: typed at the cursor.
-    static void add_char_to_line(char byte);
+    void add_char_to_line(char byte);
 
     // System information, clock and character set.
     static Reply fh_get_softwareversion(RS232Handler& self, const RS232Message& request);
@@ -146,6 +158,11 @@ public:
     static Reply fh_init_inclination(RS232Handler& self, const RS232Message& request);
     static Reply fh_set_inclination_distance(RS232Handler& self, const RS232Message& request);
 
+signals:
+    // The connection to the bus daemon broke: the process must end, as the
+    // connection is not re-established and subscriptions would be lost.
+    void bus_lost();
+
 private slots:
     void onBusDisconnected();
     void onSiblingOwnerChanged(const QString& service, const QString& oldOwner, const QString& newOwner);
@@ -162,7 +179,6 @@ private slots:
     void onSensor3DData(double dDistCtr, double dXValue, double dYValue, double dZValue);
 
 private:
-    RS232Handler();
 
     // Shared by the handler families.
     // Handle of a fixed overlay text (status line, unit texts, ...); 0 if the
@@ -205,7 +221,7 @@ private:
     double m_d3DY;
     double m_d3DZ;
 
-    static RS232Handler* m_pcInstance;
+    SystemClock& m_rClock;
 };
 
 #endif

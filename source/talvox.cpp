@@ -8,8 +8,10 @@
 #include "RS232.h"
 #include "RS232Handler.h"
 #include "ServiceManager.h"
+#include "SystemClock.h"
 
 #include <QCoreApplication>
+#include <QDBusConnection>
 #include <QFile>
 #include <QString>
 
@@ -143,7 +145,11 @@ int talvox_main(int argc, char** argv)
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "end initialize RS232, result: OK");
 
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "start initialize RS232Handler");
-    RS232Handler::instance()->init();
+    SystemClock clock;
+    RS232Handler registry(QDBusConnection::systemBus(), clock);
+    QObject::connect(&registry, &RS232Handler::bus_lost, [] { app_exit(9); });
+    registry.init();
+    RS232::instance()->serve(registry);
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "end initialize RS232Handler, result: OK");
     ServiceManager::notifyReady();
 

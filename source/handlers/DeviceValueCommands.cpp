@@ -38,7 +38,7 @@ RS232Handler::Reply RS232Handler::fh_get_device_data(RS232Handler& self, const R
     return reply_with(QByteArray(reply, sizeof reply), "RS232Handler::fh_get_device_data done.");
 }
 
-RS232Handler::Reply RS232Handler::fh_get_device_value(RS232Handler&, const RS232Message& request)
+RS232Handler::Reply RS232Handler::fh_get_device_value(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_device_value");
 
@@ -64,7 +64,7 @@ RS232Handler::Reply RS232Handler::fh_get_device_value(RS232Handler&, const RS232
     float value = 0.0f;
     for (const DeviceValue& row : VALUES) {
         if (row.command_id == request.get_command_id()) {
-            value = row.read(*instance());
+            value = row.read(self);
             break;
         }
     }

@@ -6,11 +6,11 @@
 #include "QtCompat.h"
 #include "RS232.h"
 #include "RS232Handler.h"
+#include "SystemClock.h"
 
 #include <QDateTime>
 #include <QLocale>
 #include <QTextCodec>
-#include <cstdlib>
 
 namespace {
 const char* const SOFTWARE_VERSION_TEXT = "Vemo <Name> GUI: V<x>.<y>.<z>-rc<w> in work";
@@ -43,13 +43,6 @@ QString datePiece(const QByteArray& data, int index)
         return QString();
     const unsigned char value = byte_at(data, index);
     return (value <= 9 ? QStringLiteral("0") : QString()) + QString::number(value);
-}
-
-void runShell(const QString& command)
-{
-    // The result is not looked at; a failure shows in the clock, not here.
-    const int status = std::system(command.toLatin1().constData());
-    Q_UNUSED(status);
 }
 } // namespace
 
@@ -100,10 +93,10 @@ RS232Handler::Reply RS232Handler::fh_get_softwareid(RS232Handler& self, const RS
                       CEventLogger::LOG_LEVEL_DEBUG);
 }
 
-RS232Handler::Reply RS232Handler::fh_get_date_time(RS232Handler&, const RS232Message& request)
+RS232Handler::Reply RS232Handler::fh_get_date_time(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_date_time");
-    const QDateTime now = QDateTime::currentDateTime();
+    const QDateTime now = self.m_rClock.now();
 
     QByteArray data;
     if (request.get_command_id() == CMD_DATE) {
@@ -122,12 +115,13 @@ RS232Handler::Reply RS232Handler::fh_get_date_time(RS232Handler&, const RS232Mes
     return reply_with(data);
 }
 
-RS232Handler::Reply RS232Handler::fh_set_date_time(RS232Handler&, const RS232Message& request)
+RS232Handler::Reply RS232Handler::fh_set_date_time(RS232Handler& self, const RS232Message& request)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_date_time");
     const QByteArray& data = request.data();
-    QDate date = QDate::currentDate();
-    QTime time = QTime::currentTime();
+    const QDateTime now = self.m_rClock.now();
+    QDate date = now.date();
+    QTime time = now.time();
 
     if (request.get_command_id() == CMD_DATE) {
         const QString text
@@ -152,10 +146,10 @@ RS232Handler::Reply RS232Handler::fh_set_date_time(RS232Handler&, const RS232Mes
     // missing, date would read the rest as another format. The digits are
     // the C locale's, whatever the process's locale writes digits as.
     const QLocale digits = QLocale::c();
-    runShell("/bin/date " + digits.toString(date, "MMdd") + digits.toString(time, "HHmm")
+    self.m_rClock.run("/bin/date " + digits.toString(date, "MMdd") + digits.toString(time, "HHmm")
              + digits.toString(date, "yyyy") + digits.toString(time, ".ss"));
     // The hardware clock is kept in UTC.
-    runShell("/sbin/hwclock -w -u");
+    self.m_rClock.run("/sbin/hwclock -w -u");
     return no_reply();
 }
 

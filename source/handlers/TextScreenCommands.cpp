@@ -151,13 +151,12 @@ RS232Handler::Reply RS232Handler::fh_set_text(RS232Handler& self, const RS232Mes
 void RS232Handler::add_char_to_line(char byte)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::add_char_to_line");
-    RS232Handler& self = *instance();
     // Typed characters are written only while the locale codec is selected.
-    if (!self.locale_codec_selected())
+    if (!locale_codec_selected())
         return;
-    const QString text = self.decode_text(QByteArray::fromRawData(&byte, 1));
+    const QString text = decode_text(QByteArray::fromRawData(&byte, 1));
     begin_bus_command();
-    self.m_pTextLines->writeChar(text.isEmpty() ? QChar() : text.at(0));
+    m_pTextLines->writeChar(text.isEmpty() ? QChar() : text.at(0));
 }
 
 RS232Handler::Reply RS232Handler::fh_start_temp_text(RS232Handler& self, const RS232Message& request)
