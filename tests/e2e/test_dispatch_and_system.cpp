@@ -46,10 +46,10 @@ private slots:
         const QByteArray software = rig.query(0xFE, QUERY), id = rig.query(0xFF, QUERY);
         QCOMPARE(
             software,
-            TestRig::encoded(codec, "Vemo <Name> GUI: V<x>.<y>.<z>-rc<w> in work", TestRig::markedOrder(software)));
+            encoded(codec, "Vemo <Name> GUI: V<x>.<y>.<z>-rc<w> in work", markedOrder(software)));
         QCOMPARE(
             id,
-            TestRig::encoded(codec, "Vemo QR KTL-interface: V1.12 - May 12 2020 - 11:44:29", TestRig::markedOrder(id)));
+            encoded(codec, "Vemo QR KTL-interface: V1.12 - May 12 2020 - 11:44:29", markedOrder(id)));
     }
 
     // "locale_changed" chooses the codec by country. Item 3 holds "Жť€ș": its bytes differ per codec.

@@ -48,11 +48,11 @@ private slots:
         QFETCH(int, selector);
         QFETCH(QString, text);
         const char* const codecs[] = { "ISO-8859-15", "UTF-8", "UTF-16" };
-        const QByteArray request = char(item) + TestRig::encoded(codecs[selector], text);
+        const QByteArray request = char(item) + encoded(codecs[selector], text);
         QVERIFY(rig.send(0x01, SETTING, QByteArray(1, char(selector))) && rig.send(0x90, SETTING, request));
         QVERIFY(rig.waitForCall(QString("set_text_string(%1, \"%2\")").arg(1095 - item).arg(text)));
         const QByteArray answer = rig.query(0x90, QUERY, request.left(1));
-        QCOMPARE(answer, char(item) + TestRig::encoded(codecs[selector], text, TestRig::markedOrder(answer.mid(1))));
+        QCOMPARE(answer, char(item) + encoded(codecs[selector], text, markedOrder(answer.mid(1))));
     }
 
     // A reply the two length bytes cannot announce is cut at 510 data bytes, and the cut logged: here the item
@@ -63,7 +63,7 @@ private slots:
         QVERIFY(rig.send(0x01, SETTING, hex("01")) && rig.send(0x90, SETTING, hex("01") + text.toLatin1()));
         QVERIFY(rig.send(0x01, SETTING, hex("02")));
         const QByteArray answer = rig.query(0x90, QUERY, hex("01"));
-        QCOMPARE(answer, (hex("01") + TestRig::encoded("UTF-16", text, TestRig::markedOrder(answer.mid(1)))).left(510));
+        QCOMPARE(answer, (hex("01") + encoded("UTF-16", text, markedOrder(answer.mid(1)))).left(510));
         QVERIFY(rig.waitForLog("]: RS232::send_message: reply of 513 bytes cut to 510\n"));
     }
 

@@ -112,7 +112,7 @@ private slots:
         QFETCH(QByteArray, answeredIn);
         QVERIFY(command(0x01, 2, byte(selector)) && setLine(line, sent));
         const QByteArray answer = rig.query(0x98, 1, byte(line));
-        const QByteArray text = TestRig::encoded(answeredIn.constData(), privet, TestRig::markedOrder(answer.mid(1)));
+        const QByteArray text = encoded(answeredIn.constData(), privet, markedOrder(answer.mid(1)));
         QCOMPARE(answer.toHex(), (byte(line) + text).toHex());
         const QString row = rig.screen().split('\n').value(line); // below the frame's top border
         QVERIFY2(row.mid(1).startsWith(privet + " "), qPrintable(rig.screen()));

@@ -21,7 +21,6 @@
 #include <functional>
 #include <poll.h>
 #include <pty.h>
-#include <sys/prctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -43,14 +42,6 @@ QString tail(const QString& text)
 {
     return text.right(1500);
 }
-
-// A child that dies with the test program, also on a crash or a time-out kill. The death signal
-// survives exec, so it reaches talvox behind run-isolated too.
-class ChildProcess : public QtCompat::SetupProcess
-{
-protected:
-    void childSetup() override { prctl(PR_SET_PDEATHSIG, SIGTERM); }
-};
 
 // Waits until `ready`, or until the process has ended without it.
 bool cameUp(const QProcess& process, const std::function<bool()>& ready)
@@ -84,7 +75,6 @@ TestRig::~TestRig()
     stop(m_service);
     stop(m_simulator);
     QDBusConnection::disconnectFromBus(m_busName);
-    stop(m_bus);
 }
 
 bool TestRig::fail(const QString& error)
@@ -141,7 +131,7 @@ bool TestRig::signalSimulator(int signal)
 
 bool TestRig::killBus()
 {
-    return (signalled(m_bus, SIGKILL) && m_bus->waitForFinished(STOP_TIMEOUT_MS)) || fail("the bus daemon did not end");
+    return m_bus.kill() || fail("the bus daemon did not end");
 }
 
 bool TestRig::checkSupported()
@@ -168,25 +158,11 @@ bool TestRig::startBus()
     static int rigs = 0;
     m_dir = QString(TALVOX_RIG_RUNS_DIR "/%1-%2").arg(QCoreApplication::applicationName()).arg(++rigs);
     QDir(m_dir).removeRecursively();
-    // An abstract socket has no file, so talvox reaches it whatever its namespace hides.
     m_busName = QString("talvox-rig-%1-%2").arg(getpid()).arg(rigs);
-    const QString text = readText(TALVOX_SIM_ENV_DIR "/bus.conf.in");
-    QFile config(m_dir + "/bus.conf");
-    if (!QDir().mkpath(m_dir) || text.isEmpty() || !config.open(QIODevice::WriteOnly)
-        || config.write(QString(text).replace("@LISTEN@", "unix:abstract=" + m_busName).toUtf8()) < 0)
-        return fail("cannot write " + config.fileName());
-    config.close();
-
-    m_bus = std::make_unique<ChildProcess>();
-    m_bus->setStandardErrorFile(m_dir + "/bus.log");
-    m_bus->start("dbus-daemon",
-                 { "--config-file=" + config.fileName(), "--nofork", "--nopidfile", "--nosyslog", "--print-address" });
-    // The daemon prints its address once it listens.
-    while (!m_bus->canReadLine()) {
-        if (!m_bus->waitForReadyRead(START_TIMEOUT_MS))
-            return fail("dbus-daemon did not start: " + tail(readText(m_dir + "/bus.log")));
-    }
-    m_busAddress = QString::fromUtf8(m_bus->readLine()).trimmed();
+    const QString error = QDir().mkpath(m_dir) ? m_bus.start(m_dir, m_busName) : "cannot create " + m_dir;
+    if (!error.isEmpty())
+        return fail(error);
+    m_busAddress = m_bus.address();
     return QDBusConnection::connectToBus(m_busAddress, m_busName).isConnected()
         || fail("cannot connect to the rig's bus " + m_busAddress);
 }
@@ -236,31 +212,6 @@ QByteArray TestRig::frame(quint8 command, quint8 group, const QByteArray& data)
     const int size = data.size();
     const char header[] = { 0x02, char(command), char(group), char(qMin(size, 255)), char(qMax(size - 255, 0)) };
     return QByteArray(header, 5).append(data).append(char(0x03));
-}
-
-QByteArray TestRig::encoded(const char* codec, const QString& text, QSysInfo::Endian utf16Order)
-{
-    if (qstrcmp(codec, "UTF-16") != 0)
-        return QTextCodec::codecForName(codec)->fromUnicode(text);
-    // Built by hand rather than by a codec, as an independent check of the service's.
-    const QString marked = QChar(QChar::ByteOrderMark) + text;
-    QByteArray bytes;
-    bytes.reserve(int(marked.size() * 2));
-    for (const QChar c : marked) {
-        const char high = char(c.unicode() >> 8), low = char(c.unicode() & 0xFF);
-        bytes.append(utf16Order == QSysInfo::BigEndian ? high : low);
-        bytes.append(utf16Order == QSysInfo::BigEndian ? low : high);
-    }
-    return bytes;
-}
-
-QSysInfo::Endian TestRig::markedOrder(const QByteArray& bytes)
-{
-    if (bytes.startsWith("\xfe\xff"))
-        return QSysInfo::BigEndian;
-    if (bytes.startsWith("\xff\xfe"))
-        return QSysInfo::LittleEndian;
-    return QSysInfo::ByteOrder;
 }
 
 QStringList TestRig::serviceCommand()

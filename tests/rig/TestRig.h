@@ -2,7 +2,8 @@
 #ifndef TESTRIG_H
 #define TESTRIG_H
 
-#include "Protocol.h"
+#include "LineBytes.h"
+#include "PrivateBus.h"
 
 #include <QDBusConnection>
 #include <QProcess>
@@ -13,18 +14,6 @@
 #include <csignal>
 #include <memory>
 #include <optional>
-
-// The group ids as test data rows carry them.
-constexpr quint8 ACTION = Protocol::ACTION, QUERY = Protocol::QUERY, SETTING = Protocol::SETTING;
-// Bytes written as hex digits, spaces allowed ("02 05 01"); one byte.
-inline QByteArray hex(const char* digits)
-{
-    return QByteArray::fromHex(digits);
-}
-inline QByteArray byte(int value)
-{
-    return QByteArray(1, char(value));
-}
 
 // The simulator's locale ("": de_DE; its screen is 40 x 16), talvox's arguments after "-d pts/N -l 7", variables
 // ("NAME=value") added to talvox's environment; lateSimulator: talvox starts without the sibling services, the
@@ -62,13 +51,6 @@ public:
 
     // The serial line, seen from the PC.
     static QByteArray frame(quint8 command, quint8 group, const QByteArray& data = {});
-    // A text in a character set as the line carries it ("UTF-16": a byte-order mark, then the text in
-    // utf16Order, built by hand). The controller writes UTF-16 in its own byte order, which need not be
-    // the PC's: an expected answer takes the order from the mark the answer starts with (markedOrder).
-    static QByteArray encoded(const char* codec, const QString& text,
-                              QSysInfo::Endian utf16Order = QSysInfo::ByteOrder);
-    // The order a UTF-16 byte-order mark at the start of bytes gives; host order without one.
-    static QSysInfo::Endian markedOrder(const QByteArray& bytes);
     // The service as the tests start it: the built talvox, or the command in $TALVOX_TEST_SERVICE (words
     // separated by spaces), for example the board's build under an emulator.
     static QStringList serviceCommand();
@@ -144,7 +126,8 @@ private:
 
     QString m_dir, m_error, m_busName, m_busAddress, m_device;
     bool m_unsupported = false;
-    std::unique_ptr<QProcess> m_bus, m_simulator, m_service;
+    PrivateBus m_bus;
+    std::unique_ptr<QProcess> m_simulator, m_service;
     int m_master = -1, m_slave = -1; // the PC's end of the line, and the service's kept open until it opens it
 };
 
