@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: BSD-2-Clause
-// Measured values end to end: meter counters in metres or feet, device values and data, video counter,
-// 3D measurement and inclination.
-#include "TestRig.h"
+// Measured values: meter counters in metres or feet, device values and data, video counter, 3D measurement
+// and inclination.
+#include "HandlerFixture.h"
 
+#include <QtEndian>
 #include <QtTest>
 
 class TestDeviceValues : public QObject
 {
     Q_OBJECT
-    TestRig m_rig;
+    HandlerFixture fixture;
 
 private slots:
-    void initTestCase() { TALVOX_RIG_START(m_rig); }
+    void initTestCase() { TALVOX_HANDLERS_START(fixture); }
 
     // Frames that only call the services: the calls ("; " between two) arrive, nothing comes back.
     void busCalls_data()
@@ -43,19 +44,18 @@ private slots:
         QFETCH(quint8, group);
         QFETCH(QByteArray, request);
         QFETCH(QString, expected);
-        m_rig.clearCalls();
-        QVERIFY(m_rig.send(command, group, request) && m_rig.waitForCall(expected.section("; ", -1)));
-        QCOMPARE(m_rig.calls(), expected.split("; "));
-        QVERIFY(m_rig.nothingMore());
+        fixture.clearCalls();
+        QVERIFY2(fixture.send(command, group, request), qPrintable(fixture.lastError()));
+        QCOMPARE(fixture.calls(), expected.split("; "));
     }
 
     // Signalled: distance counter, X, Y, Z; replied: X, Y, Z as doubles, the distance narrowed to a float.
     void sensorData()
     {
-        QCOMPARE(m_rig.query(0xD4, QUERY), QByteArray(28, '\0'));
-        QVERIFY(m_rig.emitSignal("sensor_3d_data", { 0.1, 0.1, 1e300, -2.0 }));
+        QCOMPARE(fixture.query(0xD4, QUERY), QByteArray(28, '\0'));
+        QVERIFY(fixture.emitSignal("sensor_3d_data", { 0.1, 0.1, 1e300, -2.0 }));
         const QByteArray expected = hex("3fb999999999999a 7e37e43c8800759c c000000000000000 3dcccccd"); // data ignored
-        QVERIFY(QTest::qWaitFor([&] { return m_rig.query(0xD4, QUERY, hex("0102")) == expected; }, 3000));
+        QCOMPARE(fixture.query(0xD4, QUERY, hex("0102")), expected);
     }
 
     // The pitch in degrees becomes the gradient in percent (45 degrees, 100 %), also converter channel 0.
@@ -63,27 +63,23 @@ private slots:
     // of the three, the direction command alone logs nothing. Init resets the value until the next pitch.
     void inclination()
     {
-        const auto pitchGives = [&](double pitch, float expected) { // once the value (0xFB) is about the gradient
-            const auto shows = [&] {
-                const QByteArray value = m_rig.query(0xFB, QUERY);
-                return value.size() == 4 && qAbs(qFromBigEndian<float>(value.constData()) - expected) < 0.001f;
-            };
-            return m_rig.emitSignal("crawler_pitch", { pitch }) && QTest::qWaitFor(shows, 3000);
+        const auto pitchGives = [&](double pitch, float expected) { // the value (0xFB) is about the gradient
+            const bool emitted = fixture.emitSignal("crawler_pitch", { pitch });
+            const QByteArray value = fixture.query(0xFB, QUERY);
+            return emitted && value.size() == 4 && qAbs(qFromBigEndian<float>(value.constData()) - expected) < 0.001f;
         };
         QVERIFY(pitchGives(45.0, 100.0f));
-        const QByteArray value = m_rig.query(0xFB, QUERY);
-        const int logStart = m_rig.serviceLog().size();
-        QVERIFY(m_rig.send(0x21, ACTION) && m_rig.send(0x22, ACTION) && m_rig.send(0x20, SETTING, hex("3412")));
-        QVERIFY(m_rig.nothingMore());
-        QVERIFY(m_rig.waitForLog("RS232Handler::fh_set_inclination_distance"));
-        const QString log = m_rig.serviceLog().mid(logStart);
+        const QByteArray value = fixture.query(0xFB, QUERY);
+        fixture.takeLog();
+        QVERIFY(fixture.send(0x21, ACTION) && fixture.send(0x22, ACTION) && fixture.send(0x20, SETTING, hex("3412")));
+        const QString log = fixture.takeLog().join('\n');
         QVERIFY2(log.count("fh_set_inclination") == 2 && log.contains("fh_set_inclination_status"), qPrintable(log));
-        const QByteArray channel0 = m_rig.query(0xB1, QUERY, hex("00"));
+        const QByteArray channel0 = fixture.query(0xB1, QUERY, hex("00"));
         QCOMPARE(channel0, hex("00") + value);
-        QCOMPARE(m_rig.query(0xB1, QUERY), channel0); // an empty request is channel 0
-        QCOMPARE(m_rig.query(0xB1, QUERY, hex("03")), hex("0300000000"));
-        QVERIFY(m_rig.send(0x24, ACTION));
-        QCOMPARE(m_rig.query(0xFB, QUERY) + m_rig.query(0xB1, QUERY, hex("00")), hex("00000000 0000000000"));
+        QCOMPARE(fixture.query(0xB1, QUERY), channel0); // an empty request is channel 0
+        QCOMPARE(fixture.query(0xB1, QUERY, hex("03")), hex("0300000000"));
+        QVERIFY(fixture.send(0x24, ACTION));
+        QCOMPARE(fixture.query(0xFB, QUERY) + fixture.query(0xB1, QUERY, hex("00")), hex("00000000 0000000000"));
         QVERIFY(pitchGives(-30.0, -57.735f)); // tan(30 degrees) = 0.57735
     }
 
@@ -115,29 +111,27 @@ private slots:
         QFETCH(QByteArray, expected);
         const bool onDemand = source.startsWith("get_");
         if (onDemand)
-            m_rig.setValue(source.mid(4), value);
+            fixture.setValue(source.mid(4), value);
         else if (!source.isEmpty())
-            QVERIFY(m_rig.emitSignal(source, { value }));
-        m_rig.clearCalls();
-        QByteArray reply; // asked once where the value is asked for on demand: QTRY_COMPARE would ask twice
-        static_cast<void>(QTest::qWaitFor([&] { return (reply = m_rig.query(command, QUERY)) == expected; }, 3000));
-        QCOMPARE(reply, expected);
-        QCOMPARE(m_rig.calls(), onDemand ? QStringList { source + "()" } : QStringList());
+            QVERIFY(fixture.emitSignal(source, { value }));
+        fixture.clearCalls();
+        QCOMPARE(fixture.query(command, QUERY), expected);
+        QCOMPARE(fixture.calls(), onDemand ? QStringList { source + "()" } : QStringList());
     }
 
     // The module type is the low byte of the answer; other selectors answer status 1 without a bus call.
     // Without the device bus service every value reads 0.
     void deviceDataAndAbsentService()
     {
-        m_rig.setValue("camera_module_type", 0x1234);
-        m_rig.clearCalls();
-        QCOMPARE(m_rig.query(0x11, QUERY, hex("0101")), hex("01010034"));
-        QCOMPARE(m_rig.query(0x11, QUERY, hex("0201")) + m_rig.query(0x11, QUERY), hex("02010100 00000100"));
-        QCOMPARE(m_rig.calls(), QStringList { "get_camera_module_type()" });
-        m_rig.setValue("crawler_pressure1", 3);
-        m_rig.sim("set_service_present", { "local.vemo.travend", false });
-        const QByteArray replies = m_rig.query(0xC2, QUERY) + m_rig.query(0x11, QUERY, hex("0101"));
-        m_rig.sim("set_service_present", { "local.vemo.travend", true });
+        fixture.setValue("camera_module_type", 0x1234);
+        fixture.clearCalls();
+        QCOMPARE(fixture.query(0x11, QUERY, hex("0101")), hex("01010034"));
+        QCOMPARE(fixture.query(0x11, QUERY, hex("0201")) + fixture.query(0x11, QUERY), hex("02010100 00000100"));
+        QCOMPARE(fixture.calls(), QStringList { "get_camera_module_type()" });
+        fixture.setValue("crawler_pressure1", 3);
+        fixture.sim("set_service_present", { "local.vemo.travend", false });
+        const QByteArray replies = fixture.query(0xC2, QUERY) + fixture.query(0x11, QUERY, hex("0101"));
+        fixture.sim("set_service_present", { "local.vemo.travend", true });
         QCOMPARE(replies, hex("00000000 01010000"));
     }
 
@@ -159,16 +153,15 @@ private slots:
         QFETCH(quint8, query);
         QFETCH(quint8, setting);
         QFETCH(quint8, wheelLength);
-        // Signals and serial frames reach the service on different paths: the value is asked for until it shows.
-        QVERIFY(m_rig.emitSignal("locale_changed", { "en_US" }) && m_rig.emitSignal(counter + "_changed", { 12.5 }));
-        QTRY_COMPARE(m_rig.query(query, QUERY), hex("42240000")); // 12.5 m x 3.28 = 41.0 ft
+        QVERIFY(fixture.emitSignal("locale_changed", { "en_US" })
+                && fixture.emitSignal(counter + "_changed", { 12.5 }));
+        QCOMPARE(fixture.query(query, QUERY), hex("42240000")); // 12.5 m x 3.28 = 41.0 ft
         // 200.0; the integer 20 in the two-byte integer form is two zero bytes.
-        QCOMPARE(m_rig.query(wheelLength, QUERY) + m_rig.query(wheelLength + 1, QUERY), hex("43480000 0000"));
-        m_rig.clearCalls();
+        QCOMPARE(fixture.query(wheelLength, QUERY) + fixture.query(wheelLength + 1, QUERY), hex("43480000 0000"));
+        fixture.clearCalls();
         const QString expected = "set_" + counter + "(3.0487804412841797)"; // 10 ft: float(10 / 3.28)
-        QVERIFY(m_rig.send(0x3B, SETTING, hex("41200000")) && m_rig.send(setting, SETTING, hex("41200000")));
-        QVERIFY(m_rig.waitForCall(expected));
-        QCOMPARE(m_rig.calls(), QStringList { expected });
+        QVERIFY(fixture.send(0x3B, SETTING, hex("41200000")) && fixture.send(setting, SETTING, hex("41200000")));
+        QCOMPARE(fixture.calls(), QStringList { expected });
     }
 };
 
