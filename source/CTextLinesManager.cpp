@@ -4,6 +4,7 @@
 #include "BusCall.h"
 #include "CQuorendVideoOverlayInterface.h"
 #include "CommandCatalogue.h"
+#include "FixedTexts.h"
 
 namespace {
 // The status line's fixed overlay texts double as screen lines.
@@ -22,9 +23,10 @@ unsigned char low8(const QVariant& value)
 }
 } // namespace
 
-CTextLinesManager::CTextLinesManager(CQuorendVideoOverlayInterface& overlay)
+CTextLinesManager::CTextLinesManager(CQuorendVideoOverlayInterface& overlay, BusCommand& bus, FixedTexts& fixedTexts)
     : m_rOverlay(overlay)
-    , m_pLineTexts(new QMultiMap<unsigned char, quint32>)
+    , m_bus(bus)
+    , m_fixedTexts(fixedTexts)
     , m_eCursorForeground(OVERLAY_COLOR_1)
     , m_eCursorBackground(OVERLAY_COLOR_13)
     , m_ucLineWidth(0)
@@ -37,9 +39,9 @@ CTextLinesManager::CTextLinesManager(CQuorendVideoOverlayInterface& overlay)
 void CTextLinesManager::readGeometry()
 {
     QDBusPendingReply<int> width = m_rOverlay.get_max_text_line_width();
-    m_ucLineWidth = static_cast<unsigned char>(waited(width));
+    m_ucLineWidth = static_cast<unsigned char>(m_bus.waited(width));
     QDBusPendingReply<int> count = m_rOverlay.get_max_text_line_count();
-    m_ucLineCount = static_cast<unsigned char>(waited(count));
+    m_ucLineCount = static_cast<unsigned char>(m_bus.waited(count));
     // Until both are answered the size counts as 0 x 0 and is asked again.
     m_bGeometryKnown = width.isValid() && count.isValid();
 }
@@ -52,16 +54,14 @@ void CTextLinesManager::ensureGeometry()
 
 void CTextLinesManager::forgetOverlay()
 {
-    m_pLineTexts->clear();
+    m_lineTexts.clear();
     m_textSpans.clear();
-    m_fixedHandles.clear();
     m_bGeometryKnown = false;
 }
 
 CTextLinesManager::~CTextLinesManager()
 {
     clearScreen();
-    delete m_pLineTexts;
 }
 
 int CTextLinesManager::getTextIdFromLine(unsigned char line) const
@@ -106,17 +106,17 @@ void CTextLinesManager::setCursorColor(EOverlayTextColor foreground, EOverlayTex
 
 void CTextLinesManager::setTextLineColor(unsigned char line, EOverlayTextColor foreground, EOverlayTextColor background)
 {
-    for (auto it = m_pLineTexts->constFind(line); it != m_pLineTexts->constEnd() && it.key() == line; ++it)
+    for (auto it = m_lineTexts.constFind(line); it != m_lineTexts.constEnd() && it.key() == line; ++it)
         m_rOverlay.set_text_colors(int(it.value()), foreground, background);
 }
 
 int CTextLinesManager::obtainAdjacentText(unsigned char column, unsigned char line)
 {
-    for (auto it = m_pLineTexts->constFind(line); it != m_pLineTexts->constEnd() && it.key() == line; ++it) {
+    for (auto it = m_lineTexts.constFind(line); it != m_lineTexts.constEnd() && it.key() == line; ++it) {
         const int handle = int(it.value());
-        const QVariantList position = waited_list(m_rOverlay.get_text_position(handle));
+        const QVariantList position = m_bus.waited_list(m_rOverlay.get_text_position(handle));
         // Unknown whether a text ends here: starting one could hide it.
-        if (bus_command_timed_out())
+        if (m_bus.timed_out())
             return 0;
         if (position.size() == POSITION_SIZE && low8(position.at(2)) == column) {
             if (handle != 0)
@@ -129,13 +129,13 @@ int CTextLinesManager::obtainAdjacentText(unsigned char column, unsigned char li
 
 int CTextLinesManager::createTextAt(unsigned char column, unsigned char line, int foreground, int background)
 {
-    const int handle = waited(m_rOverlay.create_text());
-    if (bus_command_timed_out())
+    const int handle = m_bus.waited(m_rOverlay.create_text());
+    if (m_bus.timed_out())
         return 0;
     m_rOverlay.set_text_position(handle, column, line);
     m_rOverlay.set_text_colors(handle, foreground, background);
     m_rOverlay.show_text(handle);
-    m_pLineTexts->insert(line, quint32(handle));
+    m_lineTexts.insert(line, quint32(handle));
     if (handle != 0)
         m_textSpans.insert(quint32(handle), TextSpan { column, 0 });
     return handle;
@@ -156,12 +156,12 @@ void CTextLinesManager::dropTextsCoveredBy(int handle, unsigned char line)
         return;
     // The line's texts come most recent first: those after this one lie below it.
     bool below = false;
-    for (auto it = m_pLineTexts->find(line); it != m_pLineTexts->end() && it.key() == line;) {
+    for (auto it = m_lineTexts.find(line); it != m_lineTexts.end() && it.key() == line;) {
         const auto span = m_textSpans.constFind(it.value());
         if (below && span != m_textSpans.constEnd() && span->coveredBy(*top)) {
             m_rOverlay.destroy_text(int(it.value()));
             m_textSpans.erase(span);
-            it = m_pLineTexts->erase(it);
+            it = m_lineTexts.erase(it);
             continue;
         }
         below = below || int(it.value()) == handle;
@@ -172,11 +172,11 @@ void CTextLinesManager::dropTextsCoveredBy(int handle, unsigned char line)
 void CTextLinesManager::writeChar(const QChar& character)
 {
     const int handle = obtainAdjacentText(m_cursor.column, m_cursor.line);
-    QString text = waited(m_rOverlay.get_text_string(handle));
+    QString text = m_bus.waited(m_rOverlay.get_text_string(handle));
     // A string not read in time must not be overwritten with this character
     // alone; the character is lost like any other failed call's, the cursor
     // still advances as the PC expects.
-    if (!bus_command_timed_out()) {
+    if (!m_bus.timed_out()) {
         text.append(character);
         m_rOverlay.set_text_string(handle, text);
         noteLength(handle, text.length());
@@ -185,19 +185,13 @@ void CTextLinesManager::writeChar(const QChar& character)
     incCursorPos();
 }
 
-void CTextLinesManager::writeChar(unsigned char column, unsigned char line, const QChar& character)
-{
-    setCursorPos(column, line);
-    writeChar(character);
-}
-
 void CTextLinesManager::writeText(const QString& text)
 {
     // The whole text goes into one object, even past the right edge; only
     // the cursor wraps.
     const int handle = obtainAdjacentText(m_cursor.column, m_cursor.line);
-    QString current = waited(m_rOverlay.get_text_string(handle));
-    if (!bus_command_timed_out()) {
+    QString current = m_bus.waited(m_rOverlay.get_text_string(handle));
+    if (!m_bus.timed_out()) {
         current.append(text);
         m_rOverlay.set_text_string(handle, current);
         noteLength(handle, current.length());
@@ -206,30 +200,17 @@ void CTextLinesManager::writeText(const QString& text)
     incCursorPos(text.length());
 }
 
-int CTextLinesManager::fixedTextHandle(int textId)
-{
-    // Fixed texts live as long as the overlay instance: asked for once. A 0
-    // (no such text, or no answer) is asked for again next time.
-    const auto cached = m_fixedHandles.constFind(textId);
-    if (cached != m_fixedHandles.constEnd())
-        return cached.value();
-    const int handle = waited(m_rOverlay.get_text_handle_by_id(textId));
-    if (handle != 0)
-        m_fixedHandles.insert(textId, handle);
-    return handle;
-}
-
 QString CTextLinesManager::getTextLineStr(unsigned char line)
 {
     ensureGeometry();
     const int textId = getTextIdFromLine(line);
     if (textId != 0)
-        return waited(m_rOverlay.get_text_string(fixedTextHandle(textId)));
+        return m_bus.waited(m_rOverlay.get_text_string(m_fixedTexts.handle(textId)));
 
     // Most recent text first, gaps not filled: this is what the PC expects.
     QString text;
-    for (auto it = m_pLineTexts->constFind(line); it != m_pLineTexts->constEnd() && it.key() == line; ++it)
-        text += waited(m_rOverlay.get_text_string(int(it.value())));
+    for (auto it = m_lineTexts.constFind(line); it != m_lineTexts.constEnd() && it.key() == line; ++it)
+        text += m_bus.waited(m_rOverlay.get_text_string(int(it.value())));
     return text;
 }
 
@@ -238,17 +219,17 @@ void CTextLinesManager::setTextLineStr(unsigned char line, const QString& text)
     ensureGeometry();
     const int textId = getTextIdFromLine(line);
     if (textId != 0) {
-        m_rOverlay.set_text_string(fixedTextHandle(textId), text);
+        m_rOverlay.set_text_string(m_fixedTexts.handle(textId), text);
         return;
     }
 
     int foreground = m_eCursorForeground;
     int background = m_eCursorBackground;
-    const QList<quint32> texts = m_pLineTexts->values(line);
+    const QList<quint32> texts = m_lineTexts.values(line);
 
     // A rewritten line keeps the colours of its most recent text.
     if (!texts.isEmpty()) {
-        const QVariantList colors = waited_list(m_rOverlay.get_text_colors(int(texts.first())));
+        const QVariantList colors = m_bus.waited_list(m_rOverlay.get_text_colors(int(texts.first())));
         if (colors.size() == COLORS_SIZE) {
             foreground = colors.at(0).toInt();
             background = colors.at(1).toInt();
@@ -258,7 +239,7 @@ void CTextLinesManager::setTextLineStr(unsigned char line, const QString& text)
     // A single text that starts at column 0 is simply reused.
     if (texts.size() == 1) {
         const int handle = int(texts.first());
-        const QVariantList position = waited_list(m_rOverlay.get_text_position(handle));
+        const QVariantList position = m_bus.waited_list(m_rOverlay.get_text_position(handle));
         if (position.size() == POSITION_SIZE && low8(position.at(0)) == 0) {
             m_rOverlay.set_text_string(handle, text);
             if (handle != 0)
@@ -267,22 +248,21 @@ void CTextLinesManager::setTextLineStr(unsigned char line, const QString& text)
         }
     }
     // What the line holds is not known: leave it as it is.
-    if (bus_command_timed_out())
+    if (m_bus.timed_out())
         return;
     if (!texts.isEmpty())
         clearTextLine(line);
 
-    const int handle = waited(m_rOverlay.create_text());
-    if (bus_command_timed_out())
+    const int handle = m_bus.waited(m_rOverlay.create_text());
+    if (m_bus.timed_out())
         return;
-    m_pLineTexts->insert(line, quint32(handle));
+    m_lineTexts.insert(line, quint32(handle));
     if (handle != 0)
         m_textSpans.insert(quint32(handle), TextSpan { 0, int(text.length()) });
     m_rOverlay.set_text_position(handle, 0, line);
     m_rOverlay.set_text_colors(handle, foreground, background);
     m_rOverlay.set_text_string(handle, text);
     m_rOverlay.show_text(handle);
-    m_rOverlay.set_text_string(handle, text);
 }
 
 void CTextLinesManager::clearTextLine(unsigned char line)
@@ -290,15 +270,15 @@ void CTextLinesManager::clearTextLine(unsigned char line)
     ensureGeometry();
     const int textId = getTextIdFromLine(line);
     if (textId != 0) {
-        m_rOverlay.set_text_string(fixedTextHandle(textId), QString());
+        m_rOverlay.set_text_string(m_fixedTexts.handle(textId), QString());
         return;
     }
 
-    for (auto it = m_pLineTexts->begin(); it != m_pLineTexts->end();) {
+    for (auto it = m_lineTexts.begin(); it != m_lineTexts.end();) {
         if (it.key() == line) {
             m_rOverlay.destroy_text(int(it.value()));
             m_textSpans.remove(it.value());
-            it = m_pLineTexts->erase(it);
+            it = m_lineTexts.erase(it);
         } else {
             ++it;
         }
@@ -307,8 +287,8 @@ void CTextLinesManager::clearTextLine(unsigned char line)
 
 void CTextLinesManager::clearScreen()
 {
-    for (auto it = m_pLineTexts->constBegin(); it != m_pLineTexts->constEnd(); ++it)
+    for (auto it = m_lineTexts.constBegin(); it != m_lineTexts.constEnd(); ++it)
         m_rOverlay.destroy_text(int(it.value()));
-    m_pLineTexts->clear();
+    m_lineTexts.clear();
     m_textSpans.clear();
 }

@@ -10,7 +10,9 @@
 #include <QMultiMap>
 #include <QString>
 
+class BusCommand;
 class CQuorendVideoOverlayInterface;
+class FixedTexts;
 
 // The character screen the PC sees, mapped onto the overlay service's free
 // standing text objects.
@@ -27,7 +29,7 @@ class CQuorendVideoOverlayInterface;
 class CTextLinesManager
 {
 public:
-    explicit CTextLinesManager(CQuorendVideoOverlayInterface& overlay);
+    CTextLinesManager(CQuorendVideoOverlayInterface& overlay, BusCommand& bus, FixedTexts& fixedTexts);
     ~CTextLinesManager();
     CTextLinesManager(const CTextLinesManager&) = delete;
     CTextLinesManager& operator=(const CTextLinesManager&) = delete;
@@ -45,7 +47,6 @@ public:
     int obtainAdjacentText(unsigned char column, unsigned char line);
 
     void writeChar(const QChar& character);
-    void writeChar(unsigned char column, unsigned char line, const QChar& character);
     void writeText(const QString& text);
 
     QString getTextLineStr(unsigned char line);
@@ -58,17 +59,6 @@ public:
     // numbers out again, to other texts) and reads the screen size again on
     // next use. The cursor and its colours stay: they are the PC's.
     void forgetOverlay();
-
-    // The handle of one of the overlay's fixed texts (status line, unit
-    // texts, ...), asked for once per overlay instance; 0 if there is none.
-    int fixedTextHandle(int textId);
-
-    unsigned char cursorColumn() const { return m_cursor.column; }
-    unsigned char cursorLine() const { return m_cursor.line; }
-    EOverlayTextColor cursorForeground() const { return m_eCursorForeground; }
-    EOverlayTextColor cursorBackground() const { return m_eCursorBackground; }
-    unsigned char lineWidth() const { return m_ucLineWidth; }
-    unsigned char lineCount() const { return m_ucLineCount; }
 
 private:
     // Where a text of the manager lies on its line, as written by the manager.
@@ -91,13 +81,13 @@ private:
     int createTextAt(unsigned char column, unsigned char line, int foreground, int background);
 
     CQuorendVideoOverlayInterface& m_rOverlay;
+    BusCommand& m_bus;
+    FixedTexts& m_fixedTexts;
     // Every text object the manager created, filed under its screen line;
     // for one line the most recently created comes first.
-    QMultiMap<unsigned char, quint32>* m_pLineTexts;
+    QMultiMap<unsigned char, quint32> m_lineTexts;
     // Their spans, by handle; handle 0 (a failed creation) has none.
     QHash<quint32, TextSpan> m_textSpans;
-    // Fixed text id -> handle.
-    QHash<int, int> m_fixedHandles;
     TextCursor m_cursor;
     EOverlayTextColor m_eCursorForeground;
     EOverlayTextColor m_eCursorBackground;

@@ -1,74 +1,78 @@
 // SPDX-License-Identifier: BSD-2-Clause
-// The command handlers under the names the command catalogue gives them
-// (CommandCatalogue.cpp): the catalogue says which (command id, group id)
-// each one serves, this table only binds the names to the functions.
+// The dispatch table: every row of Commands.def binds its (command id, group
+// id) to its handler, called with the row's family and argument. A handler
+// that does not exist, or whose signature does not fit the row, fails the
+// build; a pair bound twice or outside the groups fails it too.
 #include "RS232Handler.h"
 
-// clang-format off
-#define HANDLER(name) { #name, &RS232Handler::name }
-// clang-format on
+#include "handlers/DeviceValueCommands.h"
+#include "handlers/Handlers.h"
+#include "handlers/MeasurementCommands.h"
+#include "handlers/MeterCounterCommands.h"
+#include "handlers/StatusLineCommands.h"
+#include "handlers/SystemCommands.h"
+#include "handlers/TextScreenCommands.h"
+#include "handlers/UnitTextCommands.h"
+#include "handlers/VideoCounterCommands.h"
+
+#include <type_traits>
+
+template <typename Family> Family& RS232Handler::family()
+{
+    if constexpr (std::is_same_v<Family, SystemCommands>)
+        return *m_system;
+    else if constexpr (std::is_same_v<Family, TextScreenCommands>)
+        return *m_textScreen;
+    else if constexpr (std::is_same_v<Family, StatusLineCommands>)
+        return *m_statusLine;
+    else if constexpr (std::is_same_v<Family, UnitTextCommands>)
+        return *m_unitTexts;
+    else if constexpr (std::is_same_v<Family, MeterCounterCommands>)
+        return *m_meterCounters;
+    else if constexpr (std::is_same_v<Family, DeviceValueCommands>)
+        return *m_deviceValues;
+    else if constexpr (std::is_same_v<Family, VideoCounterCommands>)
+        return *m_videoCounter;
+    else
+        return *m_measurement;
+}
 
 namespace {
-const RS232Handler::NamedHandler HANDLERS[] = {
-    HANDLER(fh_clear_screen),
-    HANDLER(fh_cmd_3d_measurement),
-    HANDLER(fh_cmd_videocounter),
-    HANDLER(fh_get_3d_measurement_data),
-    HANDLER(fh_get_adconverter),
-    HANDLER(fh_get_codec),
-    HANDLER(fh_get_date_time),
-    HANDLER(fh_get_device_data),
-    HANDLER(fh_get_device_value),
-    HANDLER(fh_get_line),
-    HANDLER(fh_get_metercounter_1),
-    HANDLER(fh_get_metercounter_2),
-    HANDLER(fh_get_metercounter_3),
-    HANDLER(fh_get_metercounter_resolution),
-    HANDLER(fh_get_metercounter_wheel_length),
-    HANDLER(fh_get_softwareid),
-    HANDLER(fh_get_softwareversion),
-    HANDLER(fh_get_statusline),
-    HANDLER(fh_get_statusline_state),
-    HANDLER(fh_get_unit_state),
-    HANDLER(fh_get_videocounter),
-    HANDLER(fh_init_inclination),
-    HANDLER(fh_overlay_visibility),
-    HANDLER(fh_set_3d_measurement_start_orientation),
-    HANDLER(fh_set_3d_measurement_start_position),
-    HANDLER(fh_set_codec),
-    HANDLER(fh_set_cursor),
-    HANDLER(fh_set_date_time),
-    HANDLER(fh_set_device_color),
-    HANDLER(fh_set_inclination_direction),
-    HANDLER(fh_set_inclination_distance),
-    HANDLER(fh_set_inclination_status),
-    HANDLER(fh_set_line),
-    HANDLER(fh_set_line_color),
-    HANDLER(fh_set_metercounter_1),
-    HANDLER(fh_set_metercounter_2),
-    HANDLER(fh_set_metercounter_3),
-    HANDLER(fh_set_statusline),
-    HANDLER(fh_set_statusline_color),
-    HANDLER(fh_set_text),
-    HANDLER(fh_set_unit_position),
-    HANDLER(fh_set_videocounter),
-    HANDLER(fh_sta_bgcolor),
-    HANDLER(fh_sta_visibility),
-    HANDLER(fh_start_temp_text),
-    HANDLER(fh_sys_visibility),
+struct Binding {
+    int command;
+    int group;
+    Reply (*handler)(RS232Handler& registry, const RS232Message& request);
 };
-}
 
-RS232Handler::Handler RS232Handler::handler_named(const char* name)
+constexpr bool validPairs(const Binding* bindings, int count)
 {
-    for (const NamedHandler& handler : HANDLERS) {
-        if (qstrcmp(handler.name, name) == 0)
-            return handler.handler;
+    for (int i = 0; i < count; ++i) {
+        const Binding& one = bindings[i];
+        if (one.group < 0 || one.group >= Protocol::GROUP_COUNT || one.command <= 0 || one.command > 255)
+            return false;
+        for (int j = i + 1; j < count; ++j) {
+            if (bindings[j].command == one.command && bindings[j].group == one.group)
+                return false;
+        }
     }
-    return nullptr;
+    return true;
 }
+} // namespace
 
-int RS232Handler::handler_count()
+void RS232Handler::bind_command_table()
 {
-    return int(sizeof HANDLERS / sizeof HANDLERS[0]);
+    static constexpr Binding BINDINGS[] = {
+#define COMMAND(Family, handler, argument, command, group, ...)                                                        \
+    { command, group,                                                                                                  \
+      [](RS232Handler& registry, const RS232Message& request) {                                                        \
+          return handler(registry.family<Family>(), request, argument);                                                \
+      } },
+#include "Commands.def"
+#undef COMMAND
+    };
+    static_assert(validPairs(BINDINGS, int(sizeof BINDINGS / sizeof BINDINGS[0])),
+                  "every (command id, group id) once, command ids 1 to 255, groups 0 to 2");
+
+    for (const Binding& binding : BINDINGS)
+        m_aHandlers[binding.group][binding.command] = binding.handler;
 }

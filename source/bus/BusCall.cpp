@@ -5,30 +5,16 @@
 #include <QDBusMessage>
 #include <QDBusVariant>
 
-namespace {
-bool commandTimedOut = false;
-}
-
 void limit_call_time(QDBusAbstractInterface& proxy)
 {
     proxy.setTimeout(BUS_CALL_TIMEOUT_MS);
 }
 
-void begin_bus_command()
-{
-    commandTimedOut = false;
-}
-
-bool bus_command_timed_out()
-{
-    return commandTimedOut;
-}
-
-void note_bus_error(const QDBusError& error)
+void BusCommand::note_error(const QDBusError& error)
 {
     // A sibling that hangs gives NoReply when the call's time-out passes.
     if (error.type() == QDBusError::NoReply || error.type() == QDBusError::Timeout)
-        commandTimedOut = true;
+        m_bTimedOut = true;
 }
 
 QVariantList to_variant_list(const QVariant& value)
@@ -56,13 +42,13 @@ QVariantList to_variant_list(const QVariant& value)
     return list;
 }
 
-QVariantList waited_list(const QDBusPendingCall& call)
+QVariantList BusCommand::waited_list(const QDBusPendingCall& call)
 {
-    if (bus_command_timed_out())
+    if (m_bTimedOut)
         return QVariantList();
     QDBusPendingCall pending(call);
     pending.waitForFinished();
-    note_bus_error(pending.error());
+    note_error(pending.error());
     const QDBusMessage reply = pending.reply();
     if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty())
         return QVariantList();

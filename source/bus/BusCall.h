@@ -25,36 +25,41 @@ const int BUS_CALL_TIMEOUT_MS = 750;
 // Makes every call through the proxy give up after BUS_CALL_TIMEOUT_MS.
 void limit_call_time(QDBusAbstractInterface& proxy);
 
-// One command's calls (a frame's handler, a typed character, a read at
-// start-up). begin_bus_command() starts one; once a query of it has timed
-// out, bus_command_timed_out() is true and its later queries read as zero
-// without waiting. Callers skip settings that would act on such zeros.
-void begin_bus_command();
-bool bus_command_timed_out();
-// Notes the outcome of a finished query (a time-out stops the command).
-void note_bus_error(const QDBusError& error);
-
-// Waits for a typed query; a failed or mistyped reply gives T().
-template <typename T> T waited(QDBusPendingReply<T> reply)
+// One command's calls: a frame's handler, a typed character, a read at
+// start-up. begin() starts one; once a query of it has timed out, its later
+// queries read as zero without waiting, and may_send() tells the callers to
+// skip the settings that would act on such zeros. The registry keeps one and
+// lends it to everything that calls the siblings.
+class BusCommand
 {
-    if (bus_command_timed_out())
-        return T();
-    reply.waitForFinished();
-    note_bus_error(reply.error());
-    return reply.isValid() ? reply.value() : T();
-}
+public:
+    void begin() { m_bTimedOut = false; }
+    bool timed_out() const { return m_bTimedOut; }
+    // Whether a setting of this command may still go out. Settings are never
+    // waited for.
+    bool may_send() const { return !m_bTimedOut; }
+    // Notes the outcome of a finished query (a time-out stops the command).
+    void note_error(const QDBusError& error);
 
-// Waits for a query whose answer is a list of variants. The list may arrive
-// as a plain variant list or as a D-Bus array still to be read; both work.
-// Any other answer (an error, another type) gives an empty list.
-QVariantList waited_list(const QDBusPendingCall& call);
+    // Waits for a typed query; a failed or mistyped reply gives T().
+    template <typename T> T waited(QDBusPendingReply<T> reply)
+    {
+        if (m_bTimedOut)
+            return T();
+        reply.waitForFinished();
+        note_error(reply.error());
+        return reply.isValid() ? reply.value() : T();
+    }
+
+    // Waits for a query whose answer is a list of variants. The list may
+    // arrive as a plain variant list or as a D-Bus array still to be read;
+    // both work. Any other answer (an error, another type) gives an empty list.
+    QVariantList waited_list(const QDBusPendingCall& call);
+
+private:
+    bool m_bTimedOut = false;
+};
+
 QVariantList to_variant_list(const QVariant& value);
-
-// Whether a setting of this command may still go out: not once a query of
-// the command has timed out. Settings are never waited for.
-inline bool may_send()
-{
-    return !bus_command_timed_out();
-}
 
 #endif

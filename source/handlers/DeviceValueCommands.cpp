@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: BSD-2-Clause
-// Device data and values of crawler and camera. Most values are pushed by the
-// device bus service as signals and kept by the registry's slots; pressures,
-// roll and the camera module type are asked for on demand. Every value goes
-// out as a 4-byte float, in the units the device bus service uses.
+// Device data and values of crawler and camera, and the inclination. Every
+// value goes out as a 4-byte float, in the units the device bus service uses.
+#include "DeviceValueCommands.h"
+
 #include "BusCall.h"
 #include "CEventLogger.h"
+#include "CTravendDeviceEventsInterface.h"
 #include "CTravendDeviceStatusInterface.h"
-#include "RS232.h"
-#include "RS232Handler.h"
+#include "Handlers.h"
+#include "RS232Message.h"
+
+#include <cmath>
 
 namespace {
 // Device data selector pairs: only (1, 1), the camera module type, is known.
@@ -17,9 +20,62 @@ const unsigned char STATUS_UNKNOWN_SELECTOR = 1;
 
 // Analogue converter channel 0 carries the inclination; the others read 0.
 const unsigned char INCLINATION_CHANNEL = 0;
+
+const float DEGREES_TO_RADIANS = 0.017453292f;
 } // namespace
 
-RS232Handler::Reply RS232Handler::fh_get_device_data(RS232Handler& self, const RS232Message& request)
+DeviceValueCommands::DeviceValueCommands(CTravendDeviceStatusInterface& deviceStatus,
+                                         CTravendDeviceEventsInterface& deviceEvents, BusCommand& bus)
+    : deviceStatus(deviceStatus)
+    , bus(bus)
+{
+    using Events = CTravendDeviceEventsInterface;
+    connect(&deviceEvents, &Events::crawler_pitch, this, &DeviceValueCommands::onCrawlerPitch);
+    // Both cameras feed the same pan and tilt values: the last report wins.
+    connect(&deviceEvents, &Events::camera_pan_pos, this, &DeviceValueCommands::onCameraPanPos);
+    connect(&deviceEvents, &Events::camera_tilt_pos, this, &DeviceValueCommands::onCameraTiltPos);
+    connect(&deviceEvents, &Events::camera2_pan_pos, this, &DeviceValueCommands::onCameraPanPos);
+    connect(&deviceEvents, &Events::camera2_tilt_pos, this, &DeviceValueCommands::onCameraTiltPos);
+    connect(&deviceEvents, &Events::extmodule_object_temperature, this,
+            &DeviceValueCommands::onExtModuleObjectTemperature);
+    connect(&deviceEvents, &Events::camera_temperature, this, &DeviceValueCommands::onCameraTemperature);
+    connect(&deviceEvents, &Events::crawler_temperature, this, &DeviceValueCommands::onCrawlerTemperature);
+}
+
+void DeviceValueCommands::onCrawlerPitch(double dPitch)
+{
+    // Gradient in percent: the product in single precision, the tangent in
+    // double precision.
+    const float radians = static_cast<float>(dPitch) * DEGREES_TO_RADIANS;
+    inclination = static_cast<float>(std::tan(double(radians)) * 100.0);
+}
+
+void DeviceValueCommands::onCameraPanPos(int iPanPos)
+{
+    cameraPanPosition = static_cast<float>(iPanPos);
+}
+
+void DeviceValueCommands::onCameraTiltPos(int iTiltPos)
+{
+    cameraTiltPosition = static_cast<float>(iTiltPos);
+}
+
+void DeviceValueCommands::onExtModuleObjectTemperature(double dTemperature)
+{
+    extensionModuleObjectTemperature = static_cast<float>(dTemperature);
+}
+
+void DeviceValueCommands::onCameraTemperature(int iTemperature)
+{
+    cameraTemperature = iTemperature;
+}
+
+void DeviceValueCommands::onCrawlerTemperature(int iTemperature)
+{
+    crawlerTemperature = iTemperature;
+}
+
+Reply fh_get_device_data(DeviceValueCommands& devices, const RS232Message& request, NoArgument)
 {
     // Level 0, like the meter counter queries: visible at the default log level.
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "RS232Handler::fh_get_device_data");
@@ -30,7 +86,7 @@ RS232Handler::Reply RS232Handler::fh_get_device_data(RS232Handler& self, const R
     unsigned char moduleType = 0;
     if (first == CAMERA_MODULE_SELECTOR[0] && second == CAMERA_MODULE_SELECTOR[1]) {
         status = STATUS_ANSWERED;
-        moduleType = waited(self.m_pDeviceStatus->get_camera_module_type()) & 0xFF;
+        moduleType = devices.bus.waited(devices.deviceStatus.get_camera_module_type()) & 0xFF;
     }
 
     const char reply[] = { char(first), char(second), char(status), char(moduleType) };
@@ -38,46 +94,82 @@ RS232Handler::Reply RS232Handler::fh_get_device_data(RS232Handler& self, const R
     return reply_with(QByteArray(reply, sizeof reply), "RS232Handler::fh_get_device_data done.");
 }
 
-RS232Handler::Reply RS232Handler::fh_get_device_value(RS232Handler& self, const RS232Message& request)
+Reply fh_get_device_value(DeviceValueCommands& devices, const RS232Message&, DeviceValue value)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_device_value");
-
-    struct DeviceValue {
-        unsigned char command_id;
-        float (*read)(RS232Handler& handler);
-    };
-    // 0xC6 has no value behind it and answers 0.0, as the PC expects; ids not
-    // listed answer 0.0 as well.
-    static const DeviceValue VALUES[] = {
-        { 0xC0, [](RS232Handler& h) { return float(h.m_iCrawlerTemperature); } },
-        { 0xC2, [](RS232Handler& h) { return float(waited(h.m_pDeviceStatus->get_crawler_pressure1())); } },
-        { 0xC4, [](RS232Handler& h) { return float(waited(h.m_pDeviceStatus->get_crawler_roll())); } },
-        { 0xC6, [](RS232Handler&) { return 0.0f; } },
-        { 0xF0, [](RS232Handler& h) { return h.m_fCameraPanPos; } },
-        { 0xF3, [](RS232Handler& h) { return h.m_fCameraTiltPos; } },
-        { 0xF5, [](RS232Handler& h) { return h.m_fExtModuleObjectTemperature; } },
-        { 0xF6, [](RS232Handler& h) { return float(h.m_iCameraTemperature); } },
-        { 0xF9, [](RS232Handler& h) { return float(waited(h.m_pDeviceStatus->get_camera_pressure1())); } },
-        { 0xFB, [](RS232Handler& h) { return h.m_fInclinationValue; } },
-    };
-
-    float value = 0.0f;
-    for (const DeviceValue& row : VALUES) {
-        if (row.command_id == request.get_command_id()) {
-            value = row.read(self);
-            break;
-        }
+    float answer = 0.0f;
+    switch (value) {
+    case DeviceValue::CrawlerTemperature:
+        answer = float(devices.crawlerTemperature);
+        break;
+    case DeviceValue::CrawlerPressure1:
+        answer = float(devices.bus.waited(devices.deviceStatus.get_crawler_pressure1()));
+        break;
+    case DeviceValue::CrawlerRoll:
+        answer = float(devices.bus.waited(devices.deviceStatus.get_crawler_roll()));
+        break;
+    case DeviceValue::Unused:
+        // No value behind it; the PC expects 0.0.
+        break;
+    case DeviceValue::CameraPanPosition:
+        answer = devices.cameraPanPosition;
+        break;
+    case DeviceValue::CameraTiltPosition:
+        answer = devices.cameraTiltPosition;
+        break;
+    case DeviceValue::ExtensionModuleObjectTemperature:
+        answer = devices.extensionModuleObjectTemperature;
+        break;
+    case DeviceValue::CameraTemperature:
+        answer = float(devices.cameraTemperature);
+        break;
+    case DeviceValue::CameraPressure1:
+        answer = float(devices.bus.waited(devices.deviceStatus.get_camera_pressure1()));
+        break;
+    case DeviceValue::Inclination:
+        answer = devices.inclination;
+        break;
     }
-    return reply_with(RS232Message::float_to_bytearray(value));
+    return reply_with(RS232Message::float_to_bytearray(answer));
 }
 
-RS232Handler::Reply RS232Handler::fh_get_adconverter(RS232Handler& self, const RS232Message& request)
+Reply fh_get_adconverter(DeviceValueCommands& devices, const RS232Message& request, NoArgument)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_adconverter");
     const unsigned char channel = request.data_byte(0);
-    const float value = channel == INCLINATION_CHANNEL ? self.m_fInclinationValue : 0.0f;
+    const float value = channel == INCLINATION_CHANNEL ? devices.inclination : 0.0f;
 
     QByteArray reply(1, char(channel));
     reply.append(RS232Message::float_to_bytearray(value));
     return reply_with(reply);
+}
+
+// The inclination commands come from a recording feature of the PC
+// application whose marks the controller never reports: direction, recording
+// and distance change nothing the PC can read back. Only the reset is seen,
+// in the inclination value.
+
+// Logs nothing, unlike the other inclination commands.
+Reply fh_set_inclination_direction(DeviceValueCommands&, const RS232Message&, NoArgument)
+{
+    return no_reply();
+}
+
+Reply fh_set_inclination_status(DeviceValueCommands&, const RS232Message&, NoArgument)
+{
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_inclination_status");
+    return no_reply();
+}
+
+Reply fh_init_inclination(DeviceValueCommands& devices, const RS232Message&, NoArgument)
+{
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_init_inclination");
+    devices.inclination = 0.0f;
+    return no_reply();
+}
+
+Reply fh_set_inclination_distance(DeviceValueCommands&, const RS232Message&, NoArgument)
+{
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_inclination_distance");
+    return no_reply();
 }

@@ -8,12 +8,17 @@
 // expects: reading passes any item other than 1 to 4 through as an overlay
 // text identifier (item 0 reads text 0), writing ignores item 0 but passes
 // items 5 to 255 through, and the colour and state commands ignore them.
+#include "StatusLineCommands.h"
+
 #include "BusCall.h"
 #include "CEventLogger.h"
 #include "CQuorendVideoOverlayInterface.h"
 #include "CommandCatalogue.h"
+#include "FixedTexts.h"
+#include "Handlers.h"
+#include "LineLocale.h"
 #include "OverlayColors.h"
-#include "RS232Handler.h"
+#include "RS232Message.h"
 
 #include <QVariantList>
 
@@ -28,7 +33,7 @@ bool statusTextId(unsigned char item, int* textId)
 }
 } // namespace
 
-RS232Handler::Reply RS232Handler::fh_get_statusline(RS232Handler& self, const RS232Message& request)
+Reply fh_get_statusline(StatusLineCommands& status, const RS232Message& request, NoArgument)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_statusline");
     const unsigned char item = request.data_byte(0);
@@ -38,13 +43,13 @@ RS232Handler::Reply RS232Handler::fh_get_statusline(RS232Handler& self, const RS
     if (statusTextId(item, &textId))
         reply.append(char(item));
 
-    const int handle = self.text_handle_by_id(textId);
-    const QString text = waited(self.m_pVideoOverlay->get_text_string(handle));
-    reply.append(self.encode_text(text));
+    const int handle = status.fixedTexts.handle(textId);
+    const QString text = status.bus.waited(status.overlay.get_text_string(handle));
+    reply.append(status.lineLocale.encode(text));
     return reply_with(reply);
 }
 
-RS232Handler::Reply RS232Handler::fh_set_statusline(RS232Handler& self, const RS232Message& request)
+Reply fh_set_statusline(StatusLineCommands& status, const RS232Message& request, NoArgument)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_statusline");
     const unsigned char item = request.data_byte(0);
@@ -53,13 +58,13 @@ RS232Handler::Reply RS232Handler::fh_set_statusline(RS232Handler& self, const RS
 
     int textId = item;
     statusTextId(item, &textId);
-    const int handle = self.text_handle_by_id(textId);
-    const QString text = self.decode_text(request.data().mid(1));
-    self.m_pVideoOverlay->set_text_string(handle, text);
+    const int handle = status.fixedTexts.handle(textId);
+    const QString text = status.lineLocale.decode(request.data().mid(1));
+    status.overlay.set_text_string(handle, text);
     return no_reply();
 }
 
-RS232Handler::Reply RS232Handler::fh_get_statusline_state(RS232Handler& self, const RS232Message& request)
+Reply fh_get_statusline_state(StatusLineCommands& status, const RS232Message& request, NoArgument)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_statusline_state");
     const unsigned char item = request.data_byte(0);
@@ -67,11 +72,11 @@ RS232Handler::Reply RS232Handler::fh_get_statusline_state(RS232Handler& self, co
     if (!statusTextId(item, &textId))
         return no_reply();
 
-    const int handle = self.text_handle_by_id(textId);
-    const QVariantList colors = waited_list(self.m_pVideoOverlay->get_text_colors(handle));
+    const int handle = status.fixedTexts.handle(textId);
+    const QVariantList colors = status.bus.waited_list(status.overlay.get_text_colors(handle));
     if (colors.size() != 2)
         return no_reply();
-    const bool visible = waited(self.m_pVideoOverlay->is_text_visible(handle));
+    const bool visible = status.bus.waited(status.overlay.is_text_visible(handle));
 
     QByteArray reply;
     reply.append(char(item));
@@ -82,7 +87,7 @@ RS232Handler::Reply RS232Handler::fh_get_statusline_state(RS232Handler& self, co
     return reply_with(reply);
 }
 
-RS232Handler::Reply RS232Handler::fh_set_statusline_color(RS232Handler& self, const RS232Message& request)
+Reply fh_set_statusline_color(StatusLineCommands& status, const RS232Message& request, NoArgument)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_statusline_color");
     EOverlayTextColor foreground;
@@ -93,19 +98,20 @@ RS232Handler::Reply RS232Handler::fh_set_statusline_color(RS232Handler& self, co
     int textId = 0;
     if (!statusTextId(request.data_byte(0), &textId))
         return no_reply();
-    const int handle = self.text_handle_by_id(textId);
-    self.m_pVideoOverlay->set_text_colors(handle, foreground, background);
+    status.overlay.set_text_colors(status.fixedTexts.handle(textId), foreground, background);
     return no_reply();
 }
 
-RS232Handler::Reply RS232Handler::fh_sta_visibility(RS232Handler& self, const RS232Message& request)
+Reply fh_sta_visibility(StatusLineCommands& status, const RS232Message&, TextSwitch what)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_sta_visibility");
-    // The status line texts are switched like every other fixed overlay text.
-    return fh_sys_visibility(self, request);
+    // Switched like every other fixed overlay text, and logged as such too.
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_DEBUG, "RS232Handler::fh_sys_visibility");
+    status.fixedTexts.switchText(what);
+    return no_reply();
 }
 
-RS232Handler::Reply RS232Handler::fh_sta_bgcolor(RS232Handler&, const RS232Message&)
+Reply fh_sta_bgcolor(StatusLineCommands&, const RS232Message&, NoArgument)
 {
     // The PC application has these ids, but the overlay never got a separate
     // background colour for the status line: acknowledged and dropped.

@@ -4,14 +4,18 @@
 // counter, device values). The PC reads a unit text's format, visibility and
 // position, moves it and colours it; it never changes its content.
 //
-// The state query and the position command pick the unit text by their
-// command id, the colour command by an index byte (UNIT_TEXTS).
+// The state query and the position command name the unit text by their
+// command id (the row's argument), the colour command by an index byte.
+#include "UnitTextCommands.h"
+
 #include "BusCall.h"
 #include "CEventLogger.h"
 #include "CQuorendVideoOverlayInterface.h"
 #include "CommandCatalogue.h"
+#include "FixedTexts.h"
+#include "Handlers.h"
 #include "OverlayColors.h"
-#include "RS232Handler.h"
+#include "RS232Message.h"
 
 #include <QVariantList>
 
@@ -24,18 +28,14 @@ char positionByte(const QVariantList& position, int index)
 }
 } // namespace
 
-RS232Handler::Reply RS232Handler::fh_get_unit_state(RS232Handler& self, const RS232Message& request)
+Reply fh_get_unit_state(UnitTextCommands& units, const RS232Message&, UnitTextId unit)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_unit_state");
-    const UnitText* unit = unit_text_where(&UnitText::state, request.get_command_id());
-    if (!unit)
-        return no_reply();
-
-    CQuorendVideoOverlayInterface* overlay = self.m_pVideoOverlay;
-    const int handle = self.text_handle_by_id(unit->text_id);
-    const int format = waited(overlay->get_text_format(handle));
-    const QVariantList position = waited_list(overlay->get_text_position(handle));
-    const bool visible = waited(overlay->is_text_visible(handle));
+    CQuorendVideoOverlayInterface& overlay = units.overlay;
+    const int handle = units.fixedTexts.handle(unit.textId);
+    const int format = units.bus.waited(overlay.get_text_format(handle));
+    const QVariantList position = units.bus.waited_list(overlay.get_text_position(handle));
+    const bool visible = units.bus.waited(overlay.is_text_visible(handle));
 
     QByteArray reply;
     reply.append(char(format & 0xFF));
@@ -46,19 +46,15 @@ RS232Handler::Reply RS232Handler::fh_get_unit_state(RS232Handler& self, const RS
     return reply_with(reply);
 }
 
-RS232Handler::Reply RS232Handler::fh_set_unit_position(RS232Handler& self, const RS232Message& request)
+Reply fh_set_unit_position(UnitTextCommands& units, const RS232Message& request, UnitTextId unit)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_unit_position");
-    const UnitText* unit = unit_text_where(&UnitText::position, request.get_command_id());
-    if (!unit)
-        return no_reply();
-
-    const int handle = self.text_handle_by_id(unit->text_id);
-    self.m_pVideoOverlay->set_text_position(handle, request.data_byte(0), request.data_byte(1));
+    const int handle = units.fixedTexts.handle(unit.textId);
+    units.overlay.set_text_position(handle, request.data_byte(0), request.data_byte(1));
     return no_reply();
 }
 
-RS232Handler::Reply RS232Handler::fh_set_device_color(RS232Handler& self, const RS232Message& request)
+Reply fh_set_device_color(UnitTextCommands& units, const RS232Message& request, NoArgument)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_device_color");
     // Byte 1 the second colour, byte 2 the first, as in the status line.
@@ -66,10 +62,9 @@ RS232Handler::Reply RS232Handler::fh_set_device_color(RS232Handler& self, const 
     EOverlayTextColor background;
     GetColorsFromChar(ColorCodeFromPair(request.data_byte(2), request.data_byte(1)), foreground, background);
 
-    const UnitText* unit = unit_text_where(&UnitText::colour_index, request.data_byte(0));
-    if (!unit)
+    const int textId = unitTextOfColourIndex(request.data_byte(0));
+    if (textId == 0)
         return no_reply();
-    const int handle = self.text_handle_by_id(unit->text_id);
-    self.m_pVideoOverlay->set_text_colors(handle, foreground, background);
+    units.overlay.set_text_colors(units.fixedTexts.handle(textId), foreground, background);
     return no_reply();
 }

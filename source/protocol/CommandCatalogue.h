@@ -49,20 +49,8 @@ enum class ReplyKind {
     Text
 };
 
-// The command families, as the controller's handlers are grouped.
-enum class CommandFamily {
-    System,
-    TextScreen,
-    StatusLine,
-    UnitText,
-    MeterCounter,
-    DeviceValue,
-    VideoCounter,
-    Measurement
-};
-
 // One (command id, group id) of the protocol under a readable name, with the
-// layout of its request and reply and the controller's handler for it.
+// layout of its request and reply (a row of Commands.def).
 struct CatalogueEntry {
     QString name; // fixed words, e.g. "metercounter get 1"
     int command;
@@ -72,12 +60,10 @@ struct CatalogueEntry {
     ReplyKind reply;
     QString subject; // what a reply is about, e.g. "meter counter 1"
     QString effect;  // one sentence for the list and the reference
-    CommandFamily family;
-    const char* handler; // the controller's handler, e.g. "fh_get_metercounter_1"
 };
 
 // The whole protocol, every (command id, group id) the controller handles
-// under exactly one name. Adding a command is one entry here and its handler.
+// under exactly one name, in the order of Commands.def.
 const QVector<CatalogueEntry>& catalogue();
 
 // The entry whose name is the longest prefix of `words` (case-insensitive);
@@ -85,27 +71,11 @@ const QVector<CatalogueEntry>& catalogue();
 const CatalogueEntry* findEntry(const QStringList& words, int* consumed);
 const CatalogueEntry* findEntry(int command, int group);
 
-// The colour index by which "text color" addresses a unit text; -1 for ids
-// that are no unit text.
+// The colour index by which "text color" (0xE5) addresses a unit text; -1 for
+// ids that are no unit text. Indices 4 to 9 and above 21 address no unit text.
 int unitColourIndex(int textId);
-
-// The sixteen unit texts of the overlay and the command ids that address
-// each: show (group 0; hide and toggle follow it), state query (group 1),
-// position setting (group 2), and the index byte of the colour setting. The
-// ids are irregular on purpose: unit 87 uses 0xFC for all three, unit 101
-// 0x3C and 0x3E, unit 103 0xF8 and 0xFB. Colour indices 4 to 9 and above 21
-// address no unit text.
-struct UnitText {
-    int text_id;
-    int show;
-    int state;
-    int position;
-    int colour_index;
-};
-const int UNIT_TEXT_COUNT = 16;
-extern const UnitText UNIT_TEXTS[UNIT_TEXT_COUNT];
-// The unit text whose `column` holds `value`; null if none does.
-const UnitText* unit_text_where(int UnitText::*column, int value);
+// The unit text that a colour index addresses; 0 if none.
+int unitTextOfColourIndex(int colourIndex);
 
 // Status line items 1 to 4 are the overlay's fixed texts 94, 93, 92 and 91,
 // which are also the character screen's lines 0, 1, 2 and its last line.
