@@ -24,7 +24,7 @@ public:
     QDateTime now() const override { return fixedNow; }
     void run(const QString& command) override { commands << command; }
 
-    QDateTime fixedNow { QDate(2019, 12, 31), QTime(23, 59, 58) };
+    QDateTime fixedNow { QDate(2019, 12, 31), QTime(23, 59, 58) }; // a year about to end
     QStringList commands;
 };
 
