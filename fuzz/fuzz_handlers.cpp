@@ -13,8 +13,8 @@
 // receiver refuses anything above 2), the rest the data (at most 510 bytes,
 // as on the line).
 #include "CEventLogger.h"
-#include "FuzzCheck.h"
 #include "CommandCatalogue.h"
+#include "FuzzCheck.h"
 #include "RS232Handler.h"
 #include "SystemClock.h"
 

@@ -63,10 +63,9 @@ void RS232Handler::bind_command_table()
 {
     static constexpr Binding BINDINGS[] = {
 #define COMMAND(Family, handler, argument, command, group, ...)                                                        \
-    { command, group,                                                                                                  \
-      [](RS232Handler& registry, const RS232Message& request) {                                                        \
-          return handler(registry.family<Family>(), request, argument);                                                \
-      } },
+    { command, group, [](RS232Handler& registry, const RS232Message& request) {                                        \
+         return handler(registry.family<Family>(), request, argument);                                                 \
+     } },
 #include "Commands.def"
 #undef COMMAND
     };

@@ -140,7 +140,7 @@ Reply fh_set_date_time(SystemCommands& system, const RS232Message& request, Cloc
     // the C locale's, whatever the process's locale writes digits as.
     const QLocale digits = QLocale::c();
     system.clock.run("/bin/date " + digits.toString(date, "MMdd") + digits.toString(time, "HHmm")
-             + digits.toString(date, "yyyy") + digits.toString(time, ".ss"));
+                     + digits.toString(date, "yyyy") + digits.toString(time, ".ss"));
     // The hardware clock is kept in UTC.
     system.clock.run("/sbin/hwclock -w -u");
     return no_reply();

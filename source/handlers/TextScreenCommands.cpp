@@ -135,7 +135,7 @@ Reply fh_start_temp_text(TextScreenCommands& screen, const RS232Message& request
     for (int i = 0; i < TEMP_TEXT_COUNT; ++i) {
         const QString text = i < pieces.size() ? screen.lineLocale.decode(pieces.at(i)) : QString();
         screen.overlay.draw_temp_text(text, TEMP_TEXT_FOREGROUND, TEMP_TEXT_BACKGROUND, TEMP_TEXT_COLUMN,
-                                             firstLine - 1 + i, duration);
+                                      firstLine - 1 + i, duration);
     }
     return no_reply();
 }
