@@ -302,12 +302,6 @@ bool TestRig::sync(QByteArray* before, int timeoutMs)
     return fail("no answer to the probe queries, got \"" + bytes.right(64).toHex() + "\"");
 }
 
-bool TestRig::nothingMore()
-{
-    QByteArray before;
-    return sync(&before) && (before.isEmpty() || fail("unexpected bytes on the line: " + before.toHex()));
-}
-
 bool TestRig::send(quint8 command, quint8 group, const QByteArray& data)
 {
     write(frame(command, group, data));
@@ -377,11 +371,6 @@ bool TestRig::waitForLog(const QString& text, int timeoutMs)
 {
     return QTest::qWaitFor([&] { return serviceLog().contains(text); }, timeoutMs)
         || fail("\"" + text + "\" not in the log: " + tail(serviceLog()));
-}
-
-QStringList TestRig::standinCalls() const
-{
-    return readText(m_dir + "/standin.log").split('\n', Qt::SkipEmptyParts);
 }
 
 qint64 TestRig::serviceProcValue(const QString& file, const QString& key) const

@@ -62,8 +62,6 @@ public:
     // service handles frames in order, the answer proves that everything written before it has
     // been handled. `before` gets the bytes that came ahead of the answer.
     bool sync(QByteArray* before = nullptr, int timeoutMs = 5000);
-    // sync(), and nothing came ahead of the probe's answer.
-    bool nothingMore();
     // Writes a frame and expects its ACK.
     bool send(quint8 command, quint8 group, const QByteArray& data = {});
     std::optional<RigReply> readReply(int timeoutMs = 2000);
@@ -105,8 +103,6 @@ public:
     void signalService(int signal);
     QString serviceLog() const;
     bool waitForLog(const QString& text, int timeoutMs = 2000);
-    // "date 051214302020.05", "hwclock -w -u": what the stand-ins were run with.
-    QStringList standinCalls() const;
     // The exit code; -1 while it still runs, 256 after a crash or a signal.
     int waitForExit(int timeoutMs = 2000);
     qint64 servicePid() const { return m_service ? m_service->processId() : 0; }
