@@ -219,5 +219,5 @@ QList<int> HandlerFixture::textsOn(int line)
 
 QStringList HandlerFixture::takeLog()
 {
-    return m_simulator->takeLog();
+    return m_simulator ? m_simulator->takeLog() : QStringList();
 }
