@@ -1,42 +1,42 @@
 // SPDX-License-Identifier: BSD-2-Clause
 #include "CharsetNames.h"
 
+namespace {
+struct CharsetWords {
+    TextCharset::Selector selector;
+    const char* name;
+    const char* alias;
+    const char* description;
+};
+
+// In selector order.
+const CharsetWords CHARSETS[] = {
+    { TextCharset::Locale, "locale", "locale", "the controller's locale codec (0)" },
+    { TextCharset::Utf8, "utf8", "utf-8", "UTF-8 (1)" },
+    { TextCharset::Utf16, "utf16", "utf-16", "UTF-16 (2)" },
+};
+} // namespace
+
 bool parseCharsetName(const QString& name, TextCharset::Selector* selector)
 {
     const QString key = name.toLower();
-    if (key == QLatin1String("locale") || key == QLatin1String("0"))
-        *selector = TextCharset::Locale;
-    else if (key == QLatin1String("utf8") || key == QLatin1String("utf-8") || key == QLatin1String("1"))
-        *selector = TextCharset::Utf8;
-    else if (key == QLatin1String("utf16") || key == QLatin1String("utf-16") || key == QLatin1String("2"))
-        *selector = TextCharset::Utf16;
-    else
-        return false;
-    return true;
+    for (const CharsetWords& row : CHARSETS) {
+        if (key == QLatin1String(row.name) || key == QLatin1String(row.alias) || key == QString::number(row.selector)) {
+            *selector = row.selector;
+            return true;
+        }
+    }
+    return false;
 }
 
 QString charsetName(TextCharset::Selector selector)
 {
-    switch (selector) {
-    case TextCharset::Utf8:
-        return QStringLiteral("utf8");
-    case TextCharset::Utf16:
-        return QStringLiteral("utf16");
-    case TextCharset::Locale:
-        break;
-    }
-    return QStringLiteral("locale");
+    return QLatin1String(CHARSETS[selector].name);
 }
 
 QString describeCharset(int selector)
 {
-    switch (selector) {
-    case TextCharset::Locale:
-        return QStringLiteral("the controller's locale codec (0)");
-    case TextCharset::Utf8:
-        return QStringLiteral("UTF-8 (1)");
-    case TextCharset::Utf16:
-        return QStringLiteral("UTF-16 (2)");
-    }
+    if (TextCharset::isSelector(selector))
+        return QLatin1String(CHARSETS[selector].description);
     return QStringLiteral("unknown selector %1 (the controller treats it as its locale codec)").arg(selector);
 }

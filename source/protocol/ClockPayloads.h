@@ -23,18 +23,13 @@ struct ClockPiece {
 };
 
 struct DatePieces {
-    ClockPiece day;
-    ClockPiece month;
-    ClockPiece century;
-    ClockPiece yearInCentury;
+    ClockPiece day, month, century, yearInCentury;
 
     int year() const { return century.value * 100 + yearInCentury.value; }
 };
 
 struct TimePieces {
-    ClockPiece hour;
-    ClockPiece minute;
-    ClockPiece second;
+    ClockPiece hour, minute, second;
 };
 
 // The settings as the PC sends them.

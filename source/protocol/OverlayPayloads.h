@@ -15,22 +15,20 @@ bool isStatusLineItem(int item);
 // text; the text query and setting take any other byte as a text id itself.
 int statusLineTextId(int item);
 
-// The reply to "statusline state": item, colour byte, visible
-// (1 or 0), then two bytes 0 the PC application reserves.
+// The reply to "statusline state": item, colour byte, visible (1 or 0),
+// then two bytes 0 that the PC application reserves.
 struct StatusLineState {
-    int item = 0;
-    int colourCode = 0;
+    int item = 0, colourCode = 0;
     bool visible = false;
 };
 QByteArray encodeStatusLineState(const StatusLineState& state);
 StatusLineState decodeStatusLineState(const QByteArray& reply);
 
-// The colour settings "statusline color" and "text color": the target (the item, or the unit text's colour index), then
-// the second colour before the first: background, foreground.
+// The colour settings "statusline color" and "text color": the target (the
+// item, or the unit text's colour index), then the second colour before the
+// first: background, foreground.
 struct ColourSetting {
-    int target = 0;
-    int foreground = 0;
-    int background = 0;
+    int target = 0, foreground = 0, background = 0;
 
     // The colour byte the controller makes of the pair (ColorCodeFromPair):
     // a background above 15 spills into the foreground's bits, as the PC
@@ -44,8 +42,7 @@ ColourSetting decodeColourSetting(const QByteArray& request);
 // the colour byte alone sets the colours at the cursor.
 struct LineColourSetting {
     bool atCursor = false;
-    int line = 0;
-    int colourCode = 0;
+    int line = 0, colourCode = 0;
 };
 QByteArray encodeLineColourSetting(const LineColourSetting& setting);
 LineColourSetting decodeLineColourSetting(const QByteArray& request);
@@ -54,8 +51,7 @@ LineColourSetting decodeLineColourSetting(const QByteArray& request);
 struct UnitState {
     int format = 0;
     bool visible = false;
-    int x = 0;
-    int y = 0;
+    int x = 0, y = 0;
 };
 QByteArray encodeUnitState(const UnitState& state);
 UnitState decodeUnitState(const QByteArray& reply);
@@ -64,10 +60,7 @@ UnitState decodeUnitState(const QByteArray& reply);
 // minutes, seconds, frames. The controller answers 99 in all four bytes when
 // the overlay gives it no counter: the PC application shows that as no value.
 struct VideoCounter {
-    int hours = 0;
-    int minutes = 0;
-    int seconds = 0;
-    int frames = 0;
+    int hours = 0, minutes = 0, seconds = 0, frames = 0;
 
     bool isNoValue() const;
 };

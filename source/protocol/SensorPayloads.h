@@ -10,8 +10,7 @@
 // "device data" asks by a pair of selector bytes; only (1, 1), the camera
 // module type, is known.
 struct DeviceSelector {
-    int first = 0;
-    int second = 0;
+    int first = 0, second = 0;
 
     bool operator==(const DeviceSelector& other) const { return first == other.first && second == other.second; }
 };
@@ -25,8 +24,7 @@ const int DEVICE_DATA_ANSWERED = 0;
 const int DEVICE_DATA_UNKNOWN_SELECTOR = 1;
 struct DeviceData {
     DeviceSelector selector;
-    int status = DEVICE_DATA_UNKNOWN_SELECTOR;
-    int value = 0;
+    int status = DEVICE_DATA_UNKNOWN_SELECTOR, value = 0;
 };
 QByteArray encodeDeviceData(const DeviceData& data);
 DeviceData decodeDeviceData(const QByteArray& reply);
@@ -42,9 +40,7 @@ ConverterReading decodeConverterReading(const QByteArray& reply);
 // The 3D sensor's data as the query answers them: doubles x, y, z, then the
 // distance counter as a float.
 struct Measurement3D {
-    double x = 0.0;
-    double y = 0.0;
-    double z = 0.0;
+    double x = 0.0, y = 0.0, z = 0.0;
     float distanceCounter = 0.0f;
 };
 QByteArray encodeMeasurement3D(const Measurement3D& measurement);
@@ -52,9 +48,7 @@ Measurement3D decodeMeasurement3D(const QByteArray& reply);
 
 // "3d position": the start position as three doubles.
 struct Position3D {
-    double x = 0.0;
-    double y = 0.0;
-    double z = 0.0;
+    double x = 0.0, y = 0.0, z = 0.0;
 };
 QByteArray encodeStartPosition(const Position3D& position);
 Position3D decodeStartPosition(const QByteArray& request);
@@ -62,8 +56,7 @@ Position3D decodeStartPosition(const QByteArray& request);
 // "3d orientation": the start orientation as two floats (the sensor service
 // takes doubles).
 struct Orientation3D {
-    float first = 0.0f;
-    float second = 0.0f;
+    float first = 0.0f, second = 0.0f;
 };
 QByteArray encodeStartOrientation(const Orientation3D& orientation);
 Orientation3D decodeStartOrientation(const QByteArray& request);

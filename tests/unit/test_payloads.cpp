@@ -20,104 +20,134 @@ QString number(double value)
     return QString::number(value, 'g', QLocale::FloatingPointShortest);
 }
 
-// A layout's decoded fields as one line, so that a table row reads as bytes -> fields.
-QString decoded(const QString& layout, const QByteArray& wire)
+// Each layout's fields as one line, so that a table row reads as bytes -> fields.
+QString numbers(std::initializer_list<double> values)
 {
-    if (layout == "date") {
-        const DatePieces date = decodeDate(wire);
-        return QStringLiteral("%1, year %2").arg(dateSettingText(date)).arg(date.year());
-    }
-    if (layout == "time")
-        return timeSettingText(decodeTime(wire));
-    if (layout == "status line state") {
-        const StatusLineState state = decodeStatusLineState(wire);
-        return QStringLiteral("item %1, colour %2, visible %3")
-            .arg(state.item)
-            .arg(state.colourCode, 0, 16)
-            .arg(state.visible);
-    }
-    if (layout == "colour setting") {
-        const ColourSetting setting = decodeColourSetting(wire);
-        return QStringLiteral("target %1, %2 on %3, code %4")
-            .arg(setting.target)
-            .arg(setting.foreground)
-            .arg(setting.background)
-            .arg(quint8(setting.colourCode()), 0, 16);
-    }
-    if (layout == "line colour") {
-        const LineColourSetting setting = decodeLineColourSetting(wire);
-        return (setting.atCursor ? QStringLiteral("cursor") : QStringLiteral("line %1").arg(setting.line))
-            + QStringLiteral(", code %1").arg(setting.colourCode, 0, 16);
-    }
-    if (layout == "unit state") {
-        const UnitState state = decodeUnitState(wire);
-        return QStringLiteral("format %1, visible %2, at %3 %4")
-            .arg(state.format)
-            .arg(state.visible)
-            .arg(state.x)
-            .arg(state.y);
-    }
-    if (layout == "video counter") {
-        const VideoCounter counter = decodeVideoCounter(wire);
-        return counter.isNoValue() ? QStringLiteral("no value")
-                                   : QStringLiteral("%1 %2 %3 %4")
-                                         .arg(counter.hours)
-                                         .arg(counter.minutes)
-                                         .arg(counter.seconds)
-                                         .arg(counter.frames);
-    }
-    if (layout == "device data") {
-        const DeviceData data = decodeDeviceData(wire);
-        return QStringLiteral("selector %1 %2%3, status %4, value %5")
-            .arg(data.selector.first)
-            .arg(data.selector.second)
-            .arg(data.selector == CAMERA_MODULE_TYPE ? " (camera module type)" : "")
-            .arg(data.status)
-            .arg(data.value);
-    }
-    if (layout == "converter") {
-        const ConverterReading reading = decodeConverterReading(wire);
-        return QStringLiteral("channel %1: %2").arg(reading.channel).arg(number(reading.value));
-    }
-    if (layout == "3D data") {
-        const Measurement3D data = decodeMeasurement3D(wire);
-        return QStringLiteral("%1 %2 %3, %4")
-            .arg(number(data.x), number(data.y), number(data.z), number(data.distanceCounter));
-    }
-    if (layout == "start position") {
-        const Position3D position = decodeStartPosition(wire);
-        return QStringLiteral("%1 %2 %3").arg(number(position.x), number(position.y), number(position.z));
-    }
-    const Orientation3D orientation = decodeStartOrientation(wire);
-    return QStringLiteral("%1 %2").arg(number(orientation.first), number(orientation.second));
+    QStringList words;
+    for (const double value : values)
+        words << number(value);
+    return words.join(' ');
 }
 
-// What the sending side writes for the decoded fields.
-QByteArray reencoded(const QString& layout, const QByteArray& wire)
+QString fields(const DatePieces& date)
 {
-    if (layout == "date") {
-        const DatePieces date = decodeDate(wire);
-        return encodeDateSetting(QDate(date.year(), date.month.value, date.day.value));
-    }
+    return dateSettingText(date) + QStringLiteral(", year %1").arg(date.year());
+}
+
+QString fields(const TimePieces& time)
+{
+    return timeSettingText(time);
+}
+
+QString fields(const StatusLineState& state)
+{
+    return QStringLiteral("item %1, colour %2, ").arg(state.item).arg(state.colourCode, 0, 16)
+        + (state.visible ? "visible" : "hidden");
+}
+
+QString fields(const ColourSetting& setting)
+{
+    return QStringLiteral("target %1, %2 on %3, code %4")
+        .arg(setting.target)
+        .arg(setting.foreground)
+        .arg(setting.background)
+        .arg(quint8(setting.colourCode()), 0, 16);
+}
+
+QString fields(const LineColourSetting& setting)
+{
+    return (setting.atCursor ? QStringLiteral("cursor") : QStringLiteral("line %1").arg(setting.line))
+        + QStringLiteral(", code %1").arg(setting.colourCode, 0, 16);
+}
+
+QString fields(const UnitState& state)
+{
+    return QStringLiteral("format %1, ").arg(state.format) + (state.visible ? "visible" : "hidden") + ", at "
+        + numbers({ double(state.x), double(state.y) });
+}
+
+QString fields(const VideoCounter& counter)
+{
+    return counter.isNoValue()
+        ? QStringLiteral("no value")
+        : numbers({ double(counter.hours), double(counter.minutes), double(counter.seconds), double(counter.frames) });
+}
+
+QString fields(const DeviceData& data)
+{
+    return QStringLiteral("selector %1%2, status %3, value %4")
+        .arg(numbers({ double(data.selector.first), double(data.selector.second) }))
+        .arg(data.selector == CAMERA_MODULE_TYPE ? " (camera module type)" : "")
+        .arg(data.status)
+        .arg(data.value);
+}
+
+QString fields(const ConverterReading& reading)
+{
+    return QStringLiteral("channel %1: %2").arg(reading.channel).arg(number(reading.value));
+}
+
+QString fields(const Measurement3D& data)
+{
+    return numbers({ data.x, data.y, data.z }) + ", " + number(data.distanceCounter);
+}
+
+QString fields(const Position3D& position)
+{
+    return numbers({ position.x, position.y, position.z });
+}
+
+QString fields(const Orientation3D& orientation)
+{
+    return numbers({ orientation.first, orientation.second });
+}
+
+// The date as the PC sets it from the fields read.
+QByteArray encodeDatePieces(const DatePieces& date)
+{
+    return encodeDateSetting(QDate(date.year(), date.month.value, date.day.value));
+}
+
+QByteArray encodeTimePieces(const TimePieces& time)
+{
+    return encodeTimeSetting(QTime(time.hour.value, time.minute.value, time.second.value));
+}
+
+template <typename Layout>
+QString decodeAndBack(const QByteArray& wire, Layout (*decode)(const QByteArray&), QByteArray (*encode)(const Layout&),
+                      QByteArray* again)
+{
+    const Layout decoded = decode(wire);
+    *again = encode(decoded);
+    return fields(decoded);
+}
+
+// The fields of `wire` read as `layout`, and in `again` what the sending side writes for them.
+QString decodeAndBack(const QString& layout, const QByteArray& wire, QByteArray* again)
+{
+    if (layout == "date")
+        return decodeAndBack(wire, decodeDate, encodeDatePieces, again);
+    if (layout == "time")
+        return decodeAndBack(wire, decodeTime, encodeTimePieces, again);
     if (layout == "status line state")
-        return encodeStatusLineState(decodeStatusLineState(wire));
+        return decodeAndBack(wire, decodeStatusLineState, encodeStatusLineState, again);
     if (layout == "colour setting")
-        return encodeColourSetting(decodeColourSetting(wire));
+        return decodeAndBack(wire, decodeColourSetting, encodeColourSetting, again);
     if (layout == "line colour")
-        return encodeLineColourSetting(decodeLineColourSetting(wire));
+        return decodeAndBack(wire, decodeLineColourSetting, encodeLineColourSetting, again);
     if (layout == "unit state")
-        return encodeUnitState(decodeUnitState(wire));
+        return decodeAndBack(wire, decodeUnitState, encodeUnitState, again);
     if (layout == "video counter")
-        return encodeVideoCounter(decodeVideoCounter(wire));
+        return decodeAndBack(wire, decodeVideoCounter, encodeVideoCounter, again);
     if (layout == "device data")
-        return encodeDeviceData(decodeDeviceData(wire));
+        return decodeAndBack(wire, decodeDeviceData, encodeDeviceData, again);
     if (layout == "converter")
-        return encodeConverterReading(decodeConverterReading(wire));
+        return decodeAndBack(wire, decodeConverterReading, encodeConverterReading, again);
     if (layout == "3D data")
-        return encodeMeasurement3D(decodeMeasurement3D(wire));
+        return decodeAndBack(wire, decodeMeasurement3D, encodeMeasurement3D, again);
     if (layout == "start position")
-        return encodeStartPosition(decodeStartPosition(wire));
-    return encodeStartOrientation(decodeStartOrientation(wire));
+        return decodeAndBack(wire, decodeStartPosition, encodeStartPosition, again);
+    return decodeAndBack(wire, decodeStartOrientation, encodeStartOrientation, again);
 }
 } // namespace
 
@@ -140,11 +170,12 @@ private slots:
         QTest::newRow("date: a year byte over 99 stays")
             << "date" << hex("0101147b") << "20123-01-01, year 2123" << false;
         QTest::newRow("time setting, reply's 0 ignored") << "time" << hex("0e1e0500") << "14:30:05" << false;
+        QTest::newRow("time setting") << "time" << hex("0e1e05") << "14:30:05" << true;
         QTest::newRow("time: second missing") << "time" << hex("0e1e") << "14:30:" << false;
         QTest::newRow("status line state")
-            << "status line state" << hex("021f010000") << "item 2, colour 1f, visible 1" << true;
+            << "status line state" << hex("021f010000") << "item 2, colour 1f, visible" << true;
         QTest::newRow("status line state: any byte but 0 is visible")
-            << "status line state" << hex("0100ff") << "item 1, colour 0, visible 1" << false;
+            << "status line state" << hex("0100ff") << "item 1, colour 0, visible" << false;
         QTest::newRow("colour setting: background before foreground")
             << "colour setting" << hex("010f02") << "target 1, 2 on 15, code 2f" << true;
         QTest::newRow("colour setting: a background over 15 spills into the foreground")
@@ -155,8 +186,8 @@ private slots:
         QTest::newRow("line colour: the colour alone is the cursor's")
             << "line colour" << hex("f1") << "cursor, code f1" << true;
         QTest::newRow("line colour: nothing is line 0") << "line colour" << QByteArray() << "line 0, code 0" << false;
-        QTest::newRow("unit state") << "unit state" << hex("05010aff") << "format 5, visible 1, at 10 255" << true;
-        QTest::newRow("unit state: short") << "unit state" << hex("0500") << "format 5, visible 0, at 0 0" << false;
+        QTest::newRow("unit state") << "unit state" << hex("05010aff") << "format 5, visible, at 10 255" << true;
+        QTest::newRow("unit state: short") << "unit state" << hex("0500") << "format 5, hidden, at 0 0" << false;
         QTest::newRow("video counter") << "video counter" << hex("01020318") << "1 2 3 24" << true;
         QTest::newRow("video counter: 99 in all four is no value")
             << "video counter" << hex("63636363") << "no value" << true;
@@ -187,9 +218,10 @@ private slots:
         QFETCH(bool, roundTrip);
         // Exactly wire.size() bytes allocated: a read past them shows under a sanitizer.
         const QByteArray exact(wire.constData(), wire.size());
-        QTEST(decoded(layout, exact), "fields");
+        QByteArray again;
+        QTEST(decodeAndBack(layout, exact, &again), "fields");
         if (roundTrip)
-            QCOMPARE(reencoded(layout, exact).toHex(), wire.toHex());
+            QCOMPARE(again.toHex(), wire.toHex());
     }
 
     // The controller answers the century as 20 and the year as (year + 48) mod 256, whatever it sets from.
