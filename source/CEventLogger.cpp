@@ -33,17 +33,9 @@ void CEventLogger::logMessage(ELogLevel level, const char* text)
         m_pcInstance->m_pSyslog->write(syslogPriority(level), text);
 }
 
-bool CEventLogger::isLoggingEnabled()
-{
-    return m_pcInstance->m_bEnabled;
-}
 void CEventLogger::setLoggingEnabled(bool enabled)
 {
     m_pcInstance->m_bEnabled = enabled;
-}
-CEventLogger::ELogLevel CEventLogger::getMaximumLogLevel()
-{
-    return m_pcInstance->m_eMaximumLevel;
 }
 void CEventLogger::setMaximumLogLevel(ELogLevel level)
 {
@@ -52,24 +44,6 @@ void CEventLogger::setMaximumLogLevel(ELogLevel level)
 
 void msgHandler(QtMsgType type, const QMessageLogContext&, const QString& msg)
 {
-    // The tagged form is composed but only the bare message is logged.
-    const char* tag = "I";
-    switch (type) {
-    case QtWarningMsg:
-        tag = "E";
-        break;
-    case QtCriticalMsg:
-        tag = "!";
-        break;
-    case QtFatalMsg:
-        tag = "X";
-        break;
-    default:
-        break;
-    }
-    const QString tagged = QString("[%1] %2").arg(tag, msg);
-    Q_UNUSED(tagged);
-
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_DEBUG, msg.toUtf8().constData());
     if (type == QtFatalMsg)
         abort();

@@ -40,9 +40,7 @@ public:
     static void logMessage(ELogLevel level, const char* text);
     static void logMessage(int level, const char* text) { logMessage(static_cast<ELogLevel>(level), text); }
 
-    static bool isLoggingEnabled();
     static void setLoggingEnabled(bool enabled);
-    static ELogLevel getMaximumLogLevel();
     // Whether a message of this level would be written; lets callers skip
     // formatting traffic dumps that nobody reads.
     static bool wouldLog(ELogLevel level);
@@ -66,7 +64,8 @@ private:
             CEventLogger::logMessage((level), QString(text).toUtf8().constData());                                     \
     } while (false)
 
-// Qt's message handler: Qt's own messages go to the main log at debug level.
+// Qt's message handler: Qt's own messages go to the main log at debug level,
+// below everything the service says itself; a fatal one aborts once logged.
 void msgHandler(QtMsgType type, const QMessageLogContext& context, const QString& msg);
 
 #endif

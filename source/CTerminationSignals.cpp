@@ -15,7 +15,8 @@
 #include <unistd.h>
 
 namespace {
-// [0] is written by the handler, [1] read by the event loop.
+// [0] is written by the handler, [1] read by the event loop. Process-wide
+// because a signal handler reaches nothing else; only install() sets it.
 int signalSockets[2] = { -1, -1 };
 
 void onTerminationSignal(int number)

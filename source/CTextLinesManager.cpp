@@ -151,14 +151,19 @@ void CTextLinesManager::noteLength(int handle, int length)
 void CTextLinesManager::dropTextsCoveredBy(int handle, unsigned char line)
 {
     // Off the screen nothing is drawn over anything.
-    const auto top = m_textSpans.constFind(quint32(handle));
-    if (top == m_textSpans.constEnd() || !m_bGeometryKnown || line >= m_ucLineCount)
+    const auto found = m_textSpans.constFind(quint32(handle));
+    if (found == m_textSpans.constEnd() || !m_bGeometryKnown || line >= m_ucLineCount)
         return;
+    // Its columns, not the iterator: erasing a covered text below may move
+    // the hash's other entries (Qt 6 closes the gap in its open addressing),
+    // and the iterator would then read another text's span, or none.
+    const int topBegin = found->begin;
+    const int topEnd = topBegin + found->length;
     // The line's texts come most recent first: those after this one lie below it.
     bool below = false;
     for (auto it = m_lineTexts.find(line); it != m_lineTexts.end() && it.key() == line;) {
         const auto span = m_textSpans.constFind(it.value());
-        if (below && span != m_textSpans.constEnd() && span->coveredBy(*top)) {
+        if (below && span != m_textSpans.constEnd() && span->coveredBy(topBegin, topEnd)) {
             m_rOverlay.destroy_text(int(it.value()));
             m_textSpans.erase(span);
             it = m_lineTexts.erase(it);

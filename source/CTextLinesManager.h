@@ -65,10 +65,11 @@ private:
     struct TextSpan {
         unsigned char begin;
         int length;
-        // Whether `top`, drawn above this text, hides every character of it.
-        bool coveredBy(const TextSpan& top) const
+        // Whether a text from column `topBegin` to before `topEnd`, drawn
+        // above this text, hides every character of it.
+        bool coveredBy(int topBegin, int topEnd) const
         {
-            return length > 0 && begin >= top.begin && begin + length <= top.begin + top.length;
+            return length > 0 && begin >= topBegin && begin + length <= topEnd;
         }
     };
     void noteLength(int handle, int length);

@@ -5,17 +5,13 @@
 #include "Protocol.h"
 #include "RS232Handler.h"
 #include "SerialTty.h"
-#include "talvox.h"
 
-#include <QFile>
-#include <QMutex>
 #include <QSocketNotifier>
 
 #include <cerrno>
+#include <mutex>
 #include <sys/ioctl.h>
 #include <unistd.h>
-
-RS232* RS232::_instance = nullptr;
 
 namespace {
 // write(2), resumed when a signal interrupts it.
@@ -36,100 +32,74 @@ int waiting_bytes(int fd)
 }
 } // namespace
 
-RS232* RS232::instance()
+RS232::RS232(int fd, RS232Handler& registry)
+    : m_registry(registry)
+    , m_fd(fd)
+    // A hang-up or a vanished adapter wakes the read notifier too; the read
+    // then fails or returns nothing, and the line is lost.
+    , m_pReadNotifier(new QSocketNotifier(fd, QSocketNotifier::Read, this))
+    , m_pWriteNotifier(new QSocketNotifier(fd, QSocketNotifier::Write, this))
 {
-    if (!_instance)
-        _instance = new RS232();
-    return _instance;
-}
-
-RS232::RS232()
-{
-    qInstallMessageHandler(msgHandler);
+    m_chunk.reserve(512);
+    connect(m_pReadNotifier, &QSocketNotifier::activated, this, &RS232::receive_rs232_message);
+    m_pWriteNotifier->setEnabled(false);
+    connect(m_pWriteNotifier, &QSocketNotifier::activated, this, &RS232::on_writable);
     m_frameSilence.setSingleShot(true);
     m_frameSilence.setInterval(FRAME_SILENCE_MS);
     connect(&m_frameSilence, &QTimer::timeout, this, &RS232::on_frame_silence);
 }
 
-int RS232::init(QString device)
+RS232::~RS232()
 {
     close();
-
-    if (!device.startsWith('/'))
-        device.prepend("/dev/");
-    if (!QFile::exists(device)) {
-        TVX_LOG(CEventLogger::LOG_LEVEL_ERROR, "interface " + device + " doesn't exists!");
-        app_exit(8);
-    }
-
-    QString error;
-    m_fd = SerialTty::openLine(device, error);
-    if (m_fd < 0) {
-        TVX_LOG(CEventLogger::LOG_LEVEL_ERROR, "cannot open " + device + ": " + error);
-        return 0;
-    }
-
-    // A hang-up or a vanished adapter wakes the read notifier too; the read
-    // then fails or returns nothing, which ends the service.
-    m_pReadNotifier = new QSocketNotifier(m_fd, QSocketNotifier::Read, this);
-    connect(m_pReadNotifier, &QSocketNotifier::activated, this, &RS232::receive_rs232_message);
-    m_pWriteNotifier = new QSocketNotifier(m_fd, QSocketNotifier::Write, this);
-    m_pWriteNotifier->setEnabled(false);
-    connect(m_pWriteNotifier, &QSocketNotifier::activated, this, &RS232::on_writable);
-    return 1;
 }
 
 void RS232::close()
 {
-    delete m_pReadNotifier;
-    m_pReadNotifier = nullptr;
-    delete m_pWriteNotifier;
-    m_pWriteNotifier = nullptr;
+    m_pReadNotifier->setEnabled(false);
+    m_pWriteNotifier->setEnabled(false);
     m_baPending.clear();
     m_frameSilence.stop();
-    receiver.reset();
+    m_receiver.reset();
     SerialTty::closeLine(m_fd);
     m_fd = -1;
 }
 
 void RS232::receive_rs232_message()
 {
-    static QMutex receiveLock;
-    if (!receiveLock.tryLock()) {
+    const std::unique_lock<QMutex> guard(m_receiveLock, std::try_to_lock);
+    if (!guard.owns_lock()) {
         CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "Rubo-mutex");
         return;
     }
 
-    // Everything the line holds, into one buffer kept for every read; it only
-    // grows, to the largest read so far.
-    static QByteArray chunk = [] {
-        QByteArray buffer;
-        buffer.reserve(512);
-        return buffer;
-    }();
-    chunk.resize(qMax(waiting_bytes(m_fd), 1));
+    m_chunk.resize(qMax(waiting_bytes(m_fd), 1));
     ssize_t got;
     do
-        got = ::read(m_fd, chunk.data(), size_t(chunk.size()));
+        got = ::read(m_fd, m_chunk.data(), size_t(m_chunk.size()));
     while (got < 0 && errno == EINTR);
-    if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
-        // Woken for nothing: the bytes went to an earlier read.
-        receiveLock.unlock();
+    // Woken for nothing: the bytes went to an earlier read.
+    if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
+        return;
+    // End of file, EIO after a hang-up, or the device gone.
+    if (got <= 0) {
+        CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "data or not data - this is the question");
+        CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY,
+                                 "something has break the talvox in RS232::receive_rs232_message");
+        // A hung-up tty stays readable: it is not read again.
+        m_pReadNotifier->setEnabled(false);
+        emit line_lost();
         return;
     }
-    // End of file, EIO after a hang-up, or the device gone.
-    if (got <= 0)
-        line_lost();
-    chunk.resize(int(got));
+    m_chunk.resize(int(got));
 
-    receiver.receive(chunk, *this);
+    m_receiver.receive(m_chunk, *this);
     // An open frame must go on arriving; one left half sent must not hold
     // back every frame after it.
-    if (receiver.in_frame())
+    if (m_receiver.in_frame())
         m_frameSilence.start();
     else
         m_frameSilence.stop();
-    receiveLock.unlock();
 }
 
 void RS232::refuse(const QByteArray& chunk, int)
@@ -142,7 +112,7 @@ void RS232::refuse(const QByteArray& chunk, int)
 
 void RS232::type_char(char byte)
 {
-    m_pRegistry->add_char_to_line(byte);
+    m_registry.add_char_to_line(byte);
 }
 
 void RS232::end_due()
@@ -166,16 +136,8 @@ void RS232::on_frame_silence()
     TVX_LOG(
         CEventLogger::LOG_LEVEL_EMERGENCY,
         QString("RS232::receive_rs232_message: incomplete frame dropped after %1 ms of silence: ").arg(FRAME_SILENCE_MS)
-            + receiver.message().toStr());
-    receiver.reset();
-}
-
-void RS232::line_lost()
-{
-    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "data or not data - this is the question");
-    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY,
-                             "something has break the talvox in RS232::receive_rs232_message");
-    app_exit(7);
+            + m_receiver.message().toStr());
+    m_receiver.reset();
 }
 
 void RS232::ack()
@@ -188,23 +150,23 @@ void RS232::nack()
     send_raw_data(QByteArray(1, char(Protocol::NAK)));
 }
 
-void RS232::send_message(RS232Message* message)
+void RS232::send_message(RS232Message& message)
 {
     // Longer data spreads its length over both bytes, up to what they can announce.
-    if (message->get_data_length() > RS232Message::MAX_SHORT_DATA_LENGTH) {
-        const int size = message->get_data_length();
-        if (!message->set_long_length())
+    if (message.get_data_length() > RS232Message::MAX_SHORT_DATA_LENGTH) {
+        const int size = message.get_data_length();
+        if (!message.set_long_length())
             TVX_LOG(CEventLogger::LOG_LEVEL_ERROR,
                     QString("RS232::send_message: reply of %1 bytes cut to %2")
                         .arg(size)
                         .arg(RS232Message::MAX_DATA_LENGTH));
     }
-    if (!message->is_valid()) {
+    if (!message.is_valid()) {
         TVX_LOG(CEventLogger::LOG_LEVEL_ERROR,
-                "RS232::send_message: RS232Message(" + message->toStr() + ") is not valid");
+                "RS232::send_message: RS232Message(" + message.toStr() + ") is not valid");
         return;
     }
-    send_raw_data(message->to_frame());
+    send_raw_data(message.to_frame());
 }
 
 void RS232::send_raw_data(const QByteArray& data)
@@ -258,13 +220,12 @@ void RS232::on_writable()
     }
 }
 
-void RS232::handle_message(RS232Message& message)
+void RS232::handle_frame(RS232Message& message)
 {
-    const RS232Handler::ReplyFrame reply = m_pRegistry->exec_func(message);
+    RS232Handler::ReplyFrame reply = m_registry.exec_func(message);
     if (!reply.exists)
         return;
-    RS232Message frame = reply.frame;
-    send_message(&frame);
+    send_message(reply.frame);
     if (!reply.logged_after.isEmpty())
         TVX_LOG(reply.logged_after_level, reply.logged_after);
 }

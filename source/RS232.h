@@ -6,17 +6,16 @@
 #include "RS232Receiver.h"
 
 #include <QByteArray>
-#include <QElapsedTimer>
+#include <QMutex>
 #include <QObject>
-#include <QString>
 #include <QTimer>
 
 class QSocketNotifier;
 class RS232Handler;
 
-// The serial link to the PC: one process-wide instance that owns the port,
-// turns the incoming bytes into frames, answers each with ACK or NAK, hands
-// valid frames to the command registry and writes the replies.
+// The serial link to the PC: turns the bytes of the open tty into frames,
+// answers each with ACK or NAK, writes the reply frame the registry makes of
+// a valid frame, and hands it the printable bytes typed outside a frame.
 // The tty is read and written directly, through two readiness notifiers.
 class RS232 : public QObject, private RS232ReceiverSink
 {
@@ -32,56 +31,55 @@ public:
     // seconds of the line at 9600 baud.
     static constexpr int MAX_PENDING_OUTPUT = 4096;
 
-    static RS232* instance();
-    // Where valid frames and typed characters go from now on.
-    void serve(RS232Handler& registry) { m_pRegistry = &registry; }
-
-    // Opens the device ("ttyS0" means /dev/ttyS0) at 9600 8N1; 1 if it is
-    // open, 0 if not (the reason is logged). A missing device ends the
-    // process with exit code 8.
-    int init(QString device);
+    // Serves the tty `fd` (as SerialTty opens it) and owns it from now on.
+    RS232(int fd, RS232Handler& registry);
+    ~RS232() override;
+    // Gives the tty back (TIOCEXCL released) and stops serving it.
     void close();
 
-    void ack();
-    void nack();
-    void send_message(RS232Message* message);
-    void send_raw_data(const QByteArray& data);
-    void handle_message(RS232Message& message);
-
-public slots:
-    // Reads everything the line has and runs it through the receiver.
-    void receive_rs232_message();
+signals:
+    // The tty hung up or vanished: nothing more will come from the PC.
+    void line_lost();
 
 private slots:
+    // Reads everything the line has and runs it through the receiver.
+    void receive_rs232_message();
     void on_writable();
     void on_frame_silence();
 
 private:
-    RS232();
     // What the receiver's rules ask of the line.
     void acknowledge() override { ack(); }
-    void handle_frame(RS232Message& message) override { handle_message(message); }
+    void handle_frame(RS232Message& message) override;
     void refuse(const QByteArray& chunk, int index) override;
     void type_char(char byte) override;
     void end_due() override;
     void swallow_frame(const RS232Message& message) override;
-    void write_to_line(const char* bytes, int size);
-    [[noreturn]] void line_lost();
 
-    RS232Handler* m_pRegistry = nullptr;
-    // The tty, -1 while closed.
-    int m_fd = -1;
-    RS232Receiver receiver;
+    void ack();
+    void nack();
+    void send_message(RS232Message& message);
+    void send_raw_data(const QByteArray& data);
+    void write_to_line(const char* bytes, int size);
+
+    RS232Handler& m_registry;
+    // The tty, -1 once closed.
+    int m_fd;
+    RS232Receiver m_receiver;
+    // A handler that runs a nested event loop must not have the line read
+    // under it: the receiver is in the middle of a read.
+    QMutex m_receiveLock;
+    // Every read lands here; it only grows, to the largest read so far, so
+    // that a read costs no allocation.
+    QByteArray m_chunk;
     // Output waiting for the line to take it, and whether a drop was logged.
     QByteArray m_baPending;
     bool m_bDropLogged = false;
     // Readiness of the tty: read always, write only while output is queued.
-    QSocketNotifier* m_pReadNotifier = nullptr;
-    QSocketNotifier* m_pWriteNotifier = nullptr;
+    QSocketNotifier* m_pReadNotifier;
+    QSocketNotifier* m_pWriteNotifier;
     // Runs while a frame is open; restarted by every read.
     QTimer m_frameSilence;
-
-    static RS232* _instance;
 };
 
 #endif

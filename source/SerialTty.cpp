@@ -34,6 +34,11 @@ void setRaw9600(termios& settings)
 }
 } // namespace
 
+QString devicePath(const QString& device)
+{
+    return device.startsWith('/') ? device : "/dev/" + device;
+}
+
 int openLine(const QString& path, QString& error)
 {
     int fd;

@@ -9,6 +9,9 @@
 // UUCP lock files and a reader of its own, and none builds for every board.
 namespace SerialTty {
 
+// The device's file: a bare name ("ttyS0") is in /dev, a path is taken as it is.
+QString devicePath(const QString& device);
+
 // Opens the tty at path for reading and writing, non-blocking and without
 // making it the controlling terminal, takes it exclusively (TIOCEXCL) and
 // sets it raw, 9600 baud, 8N1, receiver on, modem lines ignored, no flow

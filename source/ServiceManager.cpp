@@ -50,7 +50,7 @@ quint64 watchdogInterval()
 void ServiceManager::notifyReady()
 {
     notify("READY=1");
-    QObject::connect(qApp, &QCoreApplication::aboutToQuit, &ServiceManager::notifyStopping);
+    QObject::connect(qApp, &QCoreApplication::aboutToQuit, [] { notify("STOPPING=1"); });
 
     // The timer fires on the event loop's thread, so the pings stop as soon
     // as the loop is stuck (a bus call that does not come back): that is
@@ -63,9 +63,4 @@ void ServiceManager::notifyReady()
     QObject::connect(timer, &QTimer::timeout, [] { notify("WATCHDOG=1"); });
     timer->start(int(qBound<quint64>(1, usec / 2000, std::numeric_limits<int>::max())));
     TVX_LOG(CEventLogger::LOG_LEVEL_NOTICE, QString("watchdog fed every %1 ms").arg(timer->interval()));
-}
-
-void ServiceManager::notifyStopping()
-{
-    notify("STOPPING=1");
 }

@@ -12,9 +12,6 @@ namespace ServiceManager {
 // and says STOPPING=1 when the event loop is told to quit.
 void notifyReady();
 
-// The service is ending in order.
-void notifyStopping();
-
 } // namespace ServiceManager
 
 #endif

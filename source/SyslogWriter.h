@@ -42,11 +42,10 @@ public:
     // Safe from any thread; lines from two threads never interleave.
     void write(int priority, const char* text);
 
+private:
     // True if standard error is the journal stream that systemd connected it
     // to (JOURNAL_STREAM names its device and inode).
     static bool standardErrorIsJournal();
-
-private:
     void writeToJournalStream(int priority, const char* text);
     void connectToDaemon(std::time_t now);
     bool sendToDaemon(const char* line, std::size_t size);

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: BSD-2-Clause
-// Start-up of the service and its single-instance lock.
+// Start-up of the service and every way out of it.
 #include "talvox.h"
 
 #include "CEventLogger.h"
 #include "CLog.h"
 #include "CTerminationSignals.h"
+#include "InstanceLock.h"
 #include "RS232.h"
 #include "RS232Handler.h"
+#include "SerialTty.h"
 #include "ServiceManager.h"
 #include "SystemClock.h"
 
@@ -16,88 +18,62 @@
 #include <QString>
 
 #include <cctype>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-// The lock file, held with flock(2) while the service runs: the kernel lets go
-// of it when its holder dies, so a file left by a killed instance or a power
-// loss does not block the next start. The holder's pid is written into it.
-QFile lockfile;
-bool iLogEnabled = true;
-
 namespace {
-// The lock's path; lockfile forgets its name once it wraps the held descriptor.
-QByteArray lockPath;
+// Shared by every instance on the controller, whatever device it serves.
+const char* const LOCK_DIRECTORY = "/tmp";
 
-[[noreturn]] void lock_creation_failed()
+// Every orderly end once the lock is held: the lock file goes with it. The
+// parts built in start-up are left as they are (the screen stays on the
+// overlay as the PC left it).
+[[noreturn]] void app_exit(InstanceLock& lock, int status)
 {
-    std::fputs("error on .lock-file creation\n", stderr);
-    if (iLogEnabled)
-        CLog(__FILE__, 27, "void lock_start()") << "Filename: " << lockfile.fileName().toStdString();
+    lock.release();
+    std::exit(status);
+}
+
+// Takes the lock or ends the process with exit code 1; a lock file that is
+// there stays as it was, for it belongs to the instance running.
+void lock_start(InstanceLock& lock)
+{
+    switch (lock.take()) {
+    case InstanceLock::Outcome::Taken:
+        return;
+    case InstanceLock::Outcome::HeldByAnother:
+        std::fputs("another instance is running\n", stderr);
+        break;
+    case InstanceLock::Outcome::NotCreatable:
+        std::fputs("error on .lock-file creation\n", stderr);
+        CLog(__FILE__, __LINE__, "void lock_start()") << "Filename: " << lock.path().toStdString();
+        break;
+    }
     std::exit(1);
 }
 
-bool same_file(int fd, const QByteArray& path)
+// The PC's line, open at 9600 8N1, or the end of the process: exit code 8
+// when the device does not exist, 2 when it cannot be opened as that tty.
+int open_line(const QString& device, InstanceLock& lock)
 {
-    struct stat held {
-    };
-    struct stat named {
-    };
-    return ::fstat(fd, &held) == 0 && ::stat(path.constData(), &named) == 0 && held.st_dev == named.st_dev
-        && held.st_ino == named.st_ino;
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "start initialize RS232");
+    const QString path = SerialTty::devicePath(device);
+    if (!QFile::exists(path)) {
+        TVX_LOG(CEventLogger::LOG_LEVEL_ERROR, "interface " + path + " doesn't exists!");
+        app_exit(lock, 8);
+    }
+    QString error;
+    const int fd = SerialTty::openLine(path, error);
+    if (fd < 0) {
+        TVX_LOG(CEventLogger::LOG_LEVEL_ERROR, "cannot open " + path + ": " + error);
+        CEventLogger::logMessage(CEventLogger::LOG_LEVEL_ERROR, "end initialize RS232, result: FAILED");
+        app_exit(lock, 2);
+    }
+    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "end initialize RS232, result: OK");
+    return fd;
 }
 } // namespace
-
-void lock_start()
-{
-    lockPath = QFile::encodeName(lockfile.fileName());
-    const QByteArray& path = lockPath;
-    int fd = -1;
-    for (;;) {
-        // A link planted in the shared /tmp is never followed.
-        fd = ::open(path.constData(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644);
-        if (fd < 0)
-            lock_creation_failed();
-        if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
-            const int error = errno;
-            ::close(fd);
-            if (error != EWOULDBLOCK)
-                lock_creation_failed();
-            // Not app_exit: the lock and its file belong to the running instance.
-            std::fputs("another instance is running\n", stderr);
-            std::exit(1);
-        }
-        // A holder removes the file before it lets go of the lock; whoever
-        // got the lock on the removed file tries again on a new one.
-        if (same_file(fd, path))
-            break;
-        ::close(fd);
-    }
-    lockfile.open(fd, QIODevice::WriteOnly, QFileDevice::AutoCloseHandle);
-    // For the people and tools that look: which process holds it.
-    if (::ftruncate(fd, 0) == 0)
-        lockfile.write(QByteArray::number(qint64(::getpid())) + '\n');
-    lockfile.flush();
-}
-
-void lock_end()
-{
-    // Removed while still held, so that no later start takes a dying lock.
-    if (lockfile.isOpen())
-        ::unlink(lockPath.constData());
-    lockfile.close();
-}
-
-void app_exit(int status)
-{
-    lock_end();
-    std::exit(status);
-}
 
 int talvox_main(int argc, char** argv)
 {
@@ -128,28 +104,24 @@ int talvox_main(int argc, char** argv)
     }
 
     CEventLogger::initialize("talvox", static_cast<CEventLogger::ELogLevel>(level));
+    qInstallMessageHandler(msgHandler);
 
     // From before the lock is taken, a termination signal ends the service
     // through its event loop, which removes the lock.
     CTerminationSignals terminationSignals;
     terminationSignals.install();
-    lockfile.setFileName("/tmp/tvx-" + device + ".lock");
-    lock_start();
+    InstanceLock lock(LOCK_DIRECTORY, device);
+    lock_start(lock);
 
-    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "start initialize RS232");
-    // 1: the port is open and configured; 0: it is not, and the reason is logged.
-    if (RS232::instance()->init(device) <= 0) {
-        CEventLogger::logMessage(CEventLogger::LOG_LEVEL_ERROR, "end initialize RS232, result: FAILED");
-        app_exit(2);
-    }
-    CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "end initialize RS232, result: OK");
+    const int fd = open_line(device, lock);
 
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "start initialize RS232Handler");
     SystemClock clock;
     RS232Handler registry(QDBusConnection::systemBus(), clock);
-    QObject::connect(&registry, &RS232Handler::bus_lost, [] { app_exit(9); });
+    QObject::connect(&registry, &RS232Handler::bus_lost, [&lock] { app_exit(lock, 9); });
     registry.init();
-    RS232::instance()->serve(registry);
+    RS232 link(fd, registry);
+    QObject::connect(&link, &RS232::line_lost, [&lock] { app_exit(lock, 7); });
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "end initialize RS232Handler, result: OK");
     ServiceManager::notifyReady();
 
@@ -158,6 +130,7 @@ int talvox_main(int argc, char** argv)
 
     // Ends when the loop is told to quit (a termination signal).
     QCoreApplication::exec();
-    RS232::instance()->close();
-    app_exit(0);
+    // The line before the lock: whoever takes the lock next finds the tty free.
+    link.close();
+    app_exit(lock, 0);
 }
