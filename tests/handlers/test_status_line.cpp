@@ -29,7 +29,7 @@ private slots:
         QTest::newRow("item 1, locale codec") << 1 << 0 << "Zähler €";
         QTest::newRow("item 2, UTF-8") << 2 << 1 << "Öl ß €";
         QTest::newRow("item byte alone: empty") << 4 << 0 << "";
-        // UTF-16 over 255 bytes: test_long_replies.
+        // UTF-16 over 255 bytes: tests/e2e/test_serial_link.
     }
     void statusTexts()
     {

@@ -3,6 +3,7 @@
 #define LINEBYTES_H
 
 #include "Protocol.h"
+#include "QtCompat.h"
 
 #include <QByteArray>
 #include <QString>
@@ -25,8 +26,25 @@ inline QByteArray byte(int value)
 // A text in a character set as the line carries it ("UTF-16": a byte-order mark, then the text in
 // utf16Order, built by hand). The controller writes UTF-16 in its own byte order, which need not be
 // the PC's: an expected answer takes the order from the mark the answer starts with (markedOrder).
-QByteArray encoded(const char* codec, const QString& text, QSysInfo::Endian utf16Order = QSysInfo::ByteOrder);
+inline QByteArray encoded(const char* codec, const QString& text, QSysInfo::Endian utf16Order = QSysInfo::ByteOrder)
+{
+    if (qstrcmp(codec, "UTF-16") != 0)
+        return QTextCodec::codecForName(codec)->fromUnicode(text);
+    // Built by hand rather than by a codec, as an independent check of the service's.
+    QByteArray bytes;
+    for (const QChar c : QChar(QChar::ByteOrderMark) + text) {
+        const char high = char(c.unicode() >> 8), low = char(c.unicode() & 0xFF);
+        bytes.append(utf16Order == QSysInfo::BigEndian ? high : low)
+            .append(utf16Order == QSysInfo::BigEndian ? low : high);
+    }
+    return bytes;
+}
 // The order a UTF-16 byte-order mark at the start of bytes gives; host order without one.
-QSysInfo::Endian markedOrder(const QByteArray& bytes);
+inline QSysInfo::Endian markedOrder(const QByteArray& bytes)
+{
+    if (bytes.startsWith("\xfe\xff"))
+        return QSysInfo::BigEndian;
+    return bytes.startsWith("\xff\xfe") ? QSysInfo::LittleEndian : QSysInfo::ByteOrder;
+}
 
 #endif
