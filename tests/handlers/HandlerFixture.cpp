@@ -56,11 +56,11 @@ public:
         m_started.acquire();
         return m_error;
     }
-    // Read by both threads: the lock keeps the lines in the order they came.
+    // Read by both threads, under a lock that keeps the lines in the order they came.
     QStringList takeLog()
     {
-        const QMutexLocker locker(&m_logLock);
         readLog();
+        const QMutexLocker locker(&m_logLock);
         return std::exchange(m_log, {});
     }
 
@@ -72,10 +72,7 @@ protected:
             if (!m_locale.isEmpty())
                 simulator.state().locale = m_locale;
             QSocketNotifier log(m_logSocket, QSocketNotifier::Read);
-            connect(&log, &QSocketNotifier::activated, [this] {
-                const QMutexLocker locker(&m_logLock);
-                readLog();
-            });
+            connect(&log, &QSocketNotifier::activated, [this] { readLog(); });
             const bool serving = simulator.start(m_error);
             m_started.release();
             if (serving)
@@ -87,6 +84,7 @@ protected:
 private:
     void readLog()
     {
+        const QMutexLocker locker(&m_logLock);
         char line[4096];
         for (ssize_t size; (size = ::recv(m_logSocket, line, sizeof line, MSG_DONTWAIT)) > 0;) {
             // "<PRI>Mmm dd hh:mm:ss talvox[PID]: text"
