@@ -13,7 +13,6 @@
 #include "BusCall.h"
 #include "CEventLogger.h"
 #include "CQuorendVideoOverlayInterface.h"
-#include "CommandCatalogue.h"
 #include "FixedTexts.h"
 #include "Handlers.h"
 #include "LineLocale.h"
