@@ -12,7 +12,7 @@ namespace {
 
 // A value arrives as the variant's content; an array of variants inside a
 // variant arrives still marshalled.
-QVariantList to_list(const QVariant& value)
+QVariantList toList(const QVariant& value)
 {
     if (value.canConvert<QDBusArgument>())
         return qdbus_cast<QVariantList>(value.value<QDBusArgument>());
@@ -52,7 +52,7 @@ void ControlObject::notify_changed()
 
 QString ControlObject::overlay()
 {
-    return overlay_json(m_simulator.state());
+    return overlayJson(m_simulator.state());
 }
 
 QStringList ControlObject::calls()
@@ -92,7 +92,7 @@ void ControlObject::set_value(const QString& name, const QDBusVariant& value)
     else if (name == QLatin1String("videocounter_active"))
         state.overlay.videocounter_active = content.toBool();
     else if (name == QLatin1String("videocounter"))
-        state.overlay.videocounter = to_list(content);
+        state.overlay.videocounter = toList(content);
     else
         qWarning("talvox-sim: set_value of unknown value \"%s\"", qPrintable(name));
     notify_changed();
@@ -120,7 +120,7 @@ void ControlObject::set_service_present(const QString& service, bool present)
 
 QString ControlObject::screen()
 {
-    return render_screen(m_simulator.state().overlay);
+    return renderScreen(m_simulator.state().overlay);
 }
 
 QString ControlObject::text(int handle, int& column, int& line, int& foreground, int& background, bool& visible,

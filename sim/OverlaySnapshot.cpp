@@ -9,7 +9,7 @@
 
 namespace {
 
-QJsonObject text_object(int handle, const OverlayText& text)
+QJsonObject textObject(int handle, const OverlayText& text)
 {
     return QJsonObject { { "handle", handle },
                          { "id", text.id },
@@ -24,22 +24,22 @@ QJsonObject text_object(int handle, const OverlayText& text)
 
 } // namespace
 
-QString overlay_json(const SimulatorState& state)
+QString overlayJson(const SimulatorState& state)
 {
     const OverlayState& overlay = state.overlay;
     QJsonArray texts;
     for (const auto& [handle, text] : overlay.texts.fixed())
-        texts.append(text_object(handle, text));
+        texts.append(textObject(handle, text));
     for (const auto& [handle, text] : overlay.texts.created())
-        texts.append(text_object(handle, text));
-    QJsonArray temp_texts;
+        texts.append(textObject(handle, text));
+    QJsonArray tempTexts;
     for (const TempText& temp : overlay.temp_texts)
-        temp_texts.append(QJsonObject { { "text", temp.text },
-                                        { "column", temp.column },
-                                        { "line", temp.line },
-                                        { "foreground", temp.foreground },
-                                        { "background", temp.background },
-                                        { "duration", temp.duration } });
+        tempTexts.append(QJsonObject { { "text", temp.text },
+                                       { "column", temp.column },
+                                       { "line", temp.line },
+                                       { "foreground", temp.foreground },
+                                       { "background", temp.background },
+                                       { "duration", temp.duration } });
     QJsonObject pushed;
     for (auto it = state.pushed.cbegin(); it != state.pushed.cend(); ++it)
         pushed.insert(it.key(), QJsonArray::fromVariantList(it.value()));
@@ -48,7 +48,7 @@ QString overlay_json(const SimulatorState& state)
         { "count", overlay.count() },
         { "overlay_visible", overlay.overlay_visible },
         { "texts", texts },
-        { "temp_texts", temp_texts },
+        { "temp_texts", tempTexts },
         { "videocounter",
           QJsonObject { { "active", overlay.videocounter_active },
                         { "values", QJsonArray::fromVariantList(overlay.videocounter) } } },

@@ -8,4 +8,4 @@ struct SimulatorState;
 // The simulated state as one JSON object, for the overlay monitor in a
 // browser (sim/web/): the overlay's texts as drawn and the values the page
 // lets a developer change.
-QString overlay_json(const SimulatorState& state);
+QString overlayJson(const SimulatorState& state);

@@ -2,7 +2,7 @@
 #include "OverlayState.h"
 
 OverlayState::OverlayState()
-    : texts(default_count)
+    : texts(DEFAULT_COUNT)
 {
 }
 

@@ -22,8 +22,8 @@ struct TempText {
 class OverlayState
 {
 public:
-    static constexpr int default_width = 40;
-    static constexpr int default_count = 16;
+    static constexpr int DEFAULT_WIDTH = 40;
+    static constexpr int DEFAULT_COUNT = 16;
 
     OverlayState();
 
@@ -42,6 +42,6 @@ public:
     void add_temp_text(const TempText& temp);
 
 private:
-    int m_width = default_width;
-    int m_count = default_count;
+    int m_width = DEFAULT_WIDTH;
+    int m_count = DEFAULT_COUNT;
 };

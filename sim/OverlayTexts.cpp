@@ -3,12 +3,12 @@
 
 namespace {
 
-constexpr int last_line_id = 91;
+constexpr int LAST_LINE_ID = 91;
 
 // Status line texts 91..94 sit at column 0 of their screen lines; the unit
 // texts 84..90 and 95..103 get distinct positions and small distinct formats
 // so a test can tell which one was read.
-OverlayText make_fixed(int id, int line_count)
+OverlayText makeFixed(int id, int lineCount)
 {
     OverlayText fixed;
     fixed.id = id;
@@ -23,13 +23,13 @@ OverlayText make_fixed(int id, int line_count)
     case 92:
         fixed.line = 2;
         break;
-    case last_line_id:
-        fixed.line = line_count - 1;
+    case LAST_LINE_ID:
+        fixed.line = lineCount - 1;
         break;
     default:
         fixed.column = id - 80;
         fixed.line = id - 82;
-        fixed.format = id < last_line_id ? id - 83 : id - 87;
+        fixed.format = id < LAST_LINE_ID ? id - 83 : id - 87;
         break;
     }
     return fixed;
@@ -37,10 +37,10 @@ OverlayText make_fixed(int id, int line_count)
 
 } // namespace
 
-OverlayTexts::OverlayTexts(int line_count)
+OverlayTexts::OverlayTexts(int lineCount)
 {
-    for (int id = first_fixed_id; id <= last_fixed_id; ++id)
-        m_fixed.emplace(fixed_handle_base + id, make_fixed(id, line_count));
+    for (int id = FIRST_FIXED_ID; id <= LAST_FIXED_ID; ++id)
+        m_fixed.emplace(FIXED_HANDLE_BASE + id, makeFixed(id, lineCount));
 }
 
 int OverlayTexts::create()
@@ -73,7 +73,7 @@ const OverlayText* OverlayTexts::find(int handle) const
 
 int OverlayTexts::handle_of_id(int id) const
 {
-    return id >= first_fixed_id && id <= last_fixed_id ? fixed_handle_base + id : 0;
+    return id >= FIRST_FIXED_ID && id <= LAST_FIXED_ID ? FIXED_HANDLE_BASE + id : 0;
 }
 
 QList<int> OverlayTexts::created_on_line(int line) const
@@ -85,7 +85,7 @@ QList<int> OverlayTexts::created_on_line(int line) const
     return handles;
 }
 
-void OverlayTexts::set_line_count(int line_count)
+void OverlayTexts::set_line_count(int lineCount)
 {
-    m_fixed.at(fixed_handle_base + last_line_id).line = line_count - 1;
+    m_fixed.at(FIXED_HANDLE_BASE + LAST_LINE_ID).line = lineCount - 1;
 }

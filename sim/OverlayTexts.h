@@ -23,11 +23,11 @@ struct OverlayText {
 class OverlayTexts
 {
 public:
-    static constexpr int first_fixed_id = 84;
-    static constexpr int last_fixed_id = 103;
-    static constexpr int fixed_handle_base = 1000;
+    static constexpr int FIRST_FIXED_ID = 84;
+    static constexpr int LAST_FIXED_ID = 103;
+    static constexpr int FIXED_HANDLE_BASE = 1000;
 
-    explicit OverlayTexts(int line_count);
+    explicit OverlayTexts(int lineCount);
 
     int create();
     void destroy(int handle); // fixed texts stay
@@ -37,7 +37,7 @@ public:
     // Created texts positioned on the line, in creation order.
     QList<int> created_on_line(int line) const;
     // Move the last-line text 91 to the new last line.
-    void set_line_count(int line_count);
+    void set_line_count(int lineCount);
 
     // Texts in drawing order: fixed texts first, then created ones as created.
     const std::map<int, OverlayText>& fixed() const { return m_fixed; }

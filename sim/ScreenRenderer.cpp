@@ -10,14 +10,14 @@
 namespace {
 
 // Guards against absurd sizes set through the control interface.
-constexpr int max_extent = 1000;
+constexpr int MAX_EXTENT = 1000;
 
-bool is_status_line_text(const OverlayText& text)
+bool isStatusLineText(const OverlayText& text)
 {
     return text.id >= 91 && text.id <= 94;
 }
 
-bool on_grid(const OverlayText& text, int count)
+bool onGrid(const OverlayText& text, int count)
 {
     return text.line >= 0 && text.line < count;
 }
@@ -51,10 +51,10 @@ QStringList grid(const OverlayState& overlay, int width, int count)
     for (int line = 0; line < count; ++line)
         rows << QString(width, ' ');
     for (const auto& [handle, text] : overlay.texts.fixed())
-        if (is_status_line_text(text) && text.visible && on_grid(text, count))
+        if (isStatusLineText(text) && text.visible && onGrid(text, count))
             draw(rows, text, width);
     for (const auto& [handle, text] : overlay.texts.created())
-        if (text.visible && on_grid(text, count))
+        if (text.visible && onGrid(text, count))
             draw(rows, text, width);
 
     const QString border = '+' + QString(width, '-') + '+';
@@ -65,15 +65,15 @@ QStringList grid(const OverlayState& overlay, int width, int count)
     return framed;
 }
 
-QStringList below_grid(const OverlayState& overlay, int count)
+QStringList belowGrid(const OverlayState& overlay, int count)
 {
     QStringList lines;
     lines << QStringLiteral("overlay: %1").arg(overlay.overlay_visible ? "shown" : "hidden");
     for (const auto& [handle, text] : overlay.texts.fixed())
-        if (!is_status_line_text(text) || !text.visible || !on_grid(text, count))
+        if (!isStatusLineText(text) || !text.visible || !onGrid(text, count))
             lines << QStringLiteral("fixed %1: ").arg(text.id) + describe(text);
     for (const auto& [handle, text] : overlay.texts.created())
-        if (!text.visible || !on_grid(text, count))
+        if (!text.visible || !onGrid(text, count))
             lines << QStringLiteral("text %1: ").arg(handle) + describe(text);
     for (const TempText& temp : overlay.temp_texts)
         lines << QStringLiteral("temp text %1, colours %2 on %3, at (%4, %5), duration %6")
@@ -93,9 +93,9 @@ QStringList below_grid(const OverlayState& overlay, int count)
 
 } // namespace
 
-QString render_screen(const OverlayState& overlay)
+QString renderScreen(const OverlayState& overlay)
 {
-    const int width = std::clamp(overlay.width(), 0, max_extent);
-    const int count = std::clamp(overlay.count(), 0, max_extent);
-    return (grid(overlay, width, count) + below_grid(overlay, count)).join('\n') + '\n';
+    const int width = std::clamp(overlay.width(), 0, MAX_EXTENT);
+    const int count = std::clamp(overlay.count(), 0, MAX_EXTENT);
+    return (grid(overlay, width, count) + belowGrid(overlay, count)).join('\n') + '\n';
 }

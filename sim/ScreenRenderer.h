@@ -8,4 +8,4 @@ class OverlayState;
 // The overlay as a person sees it: a bordered grid of count lines x width
 // columns with every visible text drawn at its position (later-created over
 // earlier, cut at the right edge), and below it what the grid cannot show.
-QString render_screen(const OverlayState& overlay);
+QString renderScreen(const OverlayState& overlay);

@@ -9,17 +9,17 @@
 
 namespace {
 
-constexpr int max_arguments = 10; // what QMetaMethod::invoke takes
+constexpr int MAX_ARGUMENTS = 10; // what QMetaMethod::invoke takes
 
-bool emit_with_arguments(QObject* emitter, const QMetaMethod& signal, QVariantList& args)
+bool emitWithArguments(QObject* emitter, const QMetaMethod& signal, QVariantList& args)
 {
-    if (args.size() != signal.parameterCount() || args.size() > max_arguments)
+    if (args.size() != signal.parameterCount() || args.size() > MAX_ARGUMENTS)
         return false;
     for (int i = 0; i < args.size(); ++i)
         if (!QtCompat::convertTo(args[i], signal.parameterType(i)))
             return false;
     // Built only after all conversions, so the data pointers stay valid.
-    std::array<QGenericArgument, max_arguments> generic;
+    std::array<QGenericArgument, MAX_ARGUMENTS> generic;
     const QList<QByteArray> typeNames = signal.parameterTypes();
     for (int i = 0; i < args.size(); ++i)
         generic[i] = QGenericArgument(typeNames.at(i).constData(), args.at(i).constData());
@@ -29,7 +29,7 @@ bool emit_with_arguments(QObject* emitter, const QMetaMethod& signal, QVariantLi
 
 } // namespace
 
-bool emit_signal_by_name(const QList<QObject*>& emitters, const QString& name, QVariantList args)
+bool emitSignalByName(const QList<QObject*>& emitters, const QString& name, QVariantList args)
 {
     const QByteArray wanted = name.toLatin1();
     for (QObject* emitter : emitters) {
@@ -38,7 +38,7 @@ bool emit_signal_by_name(const QList<QObject*>& emitters, const QString& name, Q
         for (int i = meta->methodOffset(); i < meta->methodCount(); ++i) {
             const QMetaMethod method = meta->method(i);
             if (method.methodType() == QMetaMethod::Signal && method.name() == wanted)
-                return emit_with_arguments(emitter, method, args);
+                return emitWithArguments(emitter, method, args);
         }
     }
     return false;

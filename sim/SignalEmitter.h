@@ -10,4 +10,4 @@ class QObject;
 // interfaces' adaptors, whose signals are those of the interface XML), with
 // the arguments converted to the declared types. False for an unknown name,
 // a wrong argument count or an argument that does not convert.
-bool emit_signal_by_name(const QList<QObject*>& emitters, const QString& name, QVariantList args);
+bool emitSignalByName(const QList<QObject*>& emitters, const QString& name, QVariantList args);

@@ -15,9 +15,9 @@
 
 namespace {
 
-const QStringList sibling_services { QStringLiteral("local.vemo.holvard"), QStringLiteral("local.vemo.quorend"),
+const QStringList SIBLING_SERVICES { QStringLiteral("local.vemo.holvard"), QStringLiteral("local.vemo.quorend"),
                                      QStringLiteral("local.vemo.travend") };
-const QString control_service = QStringLiteral("local.talvox.simulator");
+const QString CONTROL_SERVICE = QStringLiteral("local.talvox.simulator");
 
 } // namespace
 
@@ -51,7 +51,7 @@ bool Simulator::start(QString& error)
             return false;
         }
     }
-    for (const QString& service : sibling_services + QStringList { control_service }) {
+    for (const QString& service : SIBLING_SERVICES + QStringList { CONTROL_SERVICE }) {
         if (!m_connection.registerService(service)) {
             const QDBusError bus_error = m_connection.lastError();
             error = QStringLiteral("cannot own ") + service + ": "
@@ -64,7 +64,7 @@ bool Simulator::start(QString& error)
 
 bool Simulator::emit_sibling_signal(const QString& name, const QVariantList& args)
 {
-    if (!emit_signal_by_name(m_signal_emitters, name, args))
+    if (!emitSignalByName(m_signal_emitters, name, args))
         return false;
     m_state.pushed.insert(name, args);
     // What the service pushes is its value from now on.
@@ -83,7 +83,7 @@ bool Simulator::emit_sibling_signal(const QString& name, const QVariantList& arg
 
 void Simulator::set_service_present(const QString& service, bool present)
 {
-    if (!sibling_services.contains(service)) {
+    if (!SIBLING_SERVICES.contains(service)) {
         qWarning("talvox-sim: set_service_present of unknown service \"%s\"", qPrintable(service));
         return;
     }

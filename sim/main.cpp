@@ -20,7 +20,7 @@
 namespace {
 
 // Asks the running simulator's control interface and prints the answer.
-int print_from_control(const QString& method)
+int printFromControl(const QString& method)
 {
     QDBusMessage request
         = QDBusMessage::createMethodCall(QStringLiteral("local.talvox.simulator"), QStringLiteral("/control"),
@@ -41,27 +41,27 @@ int print_from_control(const QString& method)
     return 0;
 }
 
-int serve(QCoreApplication& app, const sigset_t& stop_signals)
+int serve(QCoreApplication& app, const sigset_t& stopSignals)
 {
     // SIGTERM and SIGINT arrive as readable data, so the event loop ends
     // orderly and the exit code is 0.
-    const int stop_fd = signalfd(-1, &stop_signals, SFD_CLOEXEC | SFD_NONBLOCK);
-    if (stop_fd < 0) {
+    const int stopFd = signalfd(-1, &stopSignals, SFD_CLOEXEC | SFD_NONBLOCK);
+    if (stopFd < 0) {
         perror("talvox-sim: signalfd");
         return 1;
     }
-    QSocketNotifier stop_notifier(stop_fd, QSocketNotifier::Read);
-    QObject::connect(&stop_notifier, &QSocketNotifier::activated, &app, &QCoreApplication::quit);
+    QSocketNotifier stopNotifier(stopFd, QSocketNotifier::Read);
+    QObject::connect(&stopNotifier, &QSocketNotifier::activated, &app, &QCoreApplication::quit);
 
     Simulator simulator(QDBusConnection::systemBus());
     QString error;
     if (!simulator.start(error)) {
         QTextStream(stderr) << "talvox-sim: " << error << '\n';
-        close(stop_fd);
+        close(stopFd);
         return 1;
     }
     const int code = QCoreApplication::exec();
-    close(stop_fd);
+    close(stopFd);
     return code;
 }
 
@@ -71,21 +71,21 @@ int main(int argc, char* argv[])
 {
     // Blocked before any thread starts (the bus has its own), so no thread
     // dies of them and the signal file descriptor receives them.
-    sigset_t stop_signals;
-    sigemptyset(&stop_signals);
-    sigaddset(&stop_signals, SIGTERM);
-    sigaddset(&stop_signals, SIGINT);
-    pthread_sigmask(SIG_BLOCK, &stop_signals, nullptr);
+    sigset_t stopSignals;
+    sigemptyset(&stopSignals);
+    sigaddset(&stopSignals, SIGTERM);
+    sigaddset(&stopSignals, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
 
     QCoreApplication app(argc, argv);
     const QStringList args = QCoreApplication::arguments().mid(1);
     if (args == QStringList { QStringLiteral("--screen") })
-        return print_from_control(QStringLiteral("screen"));
+        return printFromControl(QStringLiteral("screen"));
     if (args == QStringList { QStringLiteral("--calls") })
-        return print_from_control(QStringLiteral("calls"));
+        return printFromControl(QStringLiteral("calls"));
     if (!args.isEmpty()) {
         QTextStream(stderr) << "usage: talvox-sim [--screen | --calls]\n";
         return 2;
     }
-    return serve(app, stop_signals);
+    return serve(app, stopSignals);
 }
