@@ -32,6 +32,7 @@ void LineLocale::setLocale(const QString& localeCode)
     QLocale::setDefault(locale);
     m_metric = locale.country() != QLocale::UnitedStates;
     m_localeCodec = codecNamed(locale_codec_name(locale.country()));
+    m_typedCharsKnown.reset();
 }
 
 bool LineLocale::localeCodecSelected() const
@@ -55,4 +56,16 @@ QString LineLocale::decode(const QByteArray& bytes) const
     if (m_selector == SELECTOR_UTF16)
         return codecNamed("UTF-16")->toUnicode(bytes);
     return m_localeCodec ? m_localeCodec->toUnicode(bytes) : QString::fromLatin1(bytes);
+}
+
+QChar LineLocale::typedChar(unsigned char byte) const
+{
+    if (!m_typedCharsKnown.test(byte)) {
+        const char raw = char(byte);
+        const QByteArray bytes = QByteArray::fromRawData(&raw, 1);
+        const QString text = m_localeCodec ? m_localeCodec->toUnicode(bytes) : QString::fromLatin1(bytes);
+        m_typedChars[byte] = text.isEmpty() ? QChar() : text.at(0);
+        m_typedCharsKnown.set(byte);
+    }
+    return m_typedChars[byte];
 }

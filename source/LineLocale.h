@@ -3,7 +3,11 @@
 #define LINELOCALE_H
 
 #include <QByteArray>
+#include <QChar>
 #include <QString>
+
+#include <array>
+#include <bitset>
 
 class QTextCodec;
 
@@ -24,11 +28,19 @@ public:
     bool metric() const { return m_metric; }
     QByteArray encode(const QString& text) const;
     QString decode(const QByteArray& bytes) const;
+    // A byte typed outside a frame as the locale codec reads it on its own
+    // (null if it reads as nothing). Each byte is decoded once per locale:
+    // a decode opens the codec's converter, which costs more than the rest
+    // of a typed character.
+    QChar typedChar(unsigned char byte) const;
 
 private:
     int m_selector = 0;
     bool m_metric = true;
     QTextCodec* m_localeCodec = nullptr;
+    // The typed bytes decoded so far under the current locale.
+    mutable std::array<QChar, 256> m_typedChars;
+    mutable std::bitset<256> m_typedCharsKnown;
 };
 
 #endif

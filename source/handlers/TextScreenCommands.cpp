@@ -116,9 +116,9 @@ void TextScreenCommands::add_char_to_line(char byte)
     // Typed characters are written only while the locale codec is selected.
     if (!lineLocale.localeCodecSelected())
         return;
-    const QString text = lineLocale.decode(QByteArray::fromRawData(&byte, 1));
+    const QChar character = lineLocale.typedChar(static_cast<unsigned char>(byte));
     bus.begin();
-    lines.writeChar(text.isEmpty() ? QChar() : text.at(0));
+    lines.writeChar(character);
 }
 
 Reply fh_start_temp_text(TextScreenCommands& screen, const RS232Message& request, NoArgument)
