@@ -1,11 +1,17 @@
 // SPDX-License-Identifier: BSD-2-Clause
-// Every value encoding of the message frame and the small codecs of the text
-// screen, on arbitrary values and on data of any size: round trips must be
-// bit-exact, short data reads as zeros, nothing reads outside a buffer.
+// Every value encoding of the message frame, every payload layout and the
+// small codecs of the text screen, on arbitrary values and on data of any
+// size: round trips must be bit-exact, short data reads as zeros, nothing
+// reads outside a buffer.
+#include "ClockPayloads.h"
 #include "FuzzCheck.h"
 #include "OverlayColors.h"
+#include "OverlayPayloads.h"
 #include "RS232Message.h"
+#include "SensorPayloads.h"
+#include "TextCharset.h"
 #include "TextCursor.h"
+#include "TextPayloads.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
 
@@ -84,6 +90,80 @@ void checkDecoders(const QByteArray& data)
     FUZZ_CHECK(i == pair);
 }
 
+// The first `count` bytes of the data, missing ones as 0.
+QByteArray padded(const QByteArray& data, int count)
+{
+    QByteArray bytes = data.left(count);
+    bytes.append(QByteArray(count - bytes.size(), '\0'));
+    return bytes;
+}
+
+// A date or time piece is there exactly when the data reach it, and a
+// setting with a piece missing never reads as a date or time.
+void checkClock(const QByteArray& data)
+{
+    const DatePieces date = decodeDate(data);
+    const ClockPiece dateBytes[] = { date.day, date.month, date.century, date.yearInCentury };
+    for (int i = 0; i < 4; ++i) {
+        FUZZ_CHECK(dateBytes[i].present == (i < data.size()));
+        FUZZ_CHECK(dateBytes[i].value == (i < data.size() ? byteOf(data, i) : 0));
+    }
+    const TimePieces time = decodeTime(data);
+    FUZZ_CHECK(time.second.present == (data.size() >= 3) && time.hour.value == (data.isEmpty() ? 0 : byteOf(data, 0)));
+    if (data.size() < 4)
+        FUZZ_CHECK(!QDate::fromString(dateSettingText(date), "yyyy-MM-dd").isValid());
+    if (data.size() < 3)
+        FUZZ_CHECK(!QTime::fromString(timeSettingText(time), "hh:mm:ss").isValid());
+}
+
+// Layouts of whole bytes and of floats and doubles give their bytes back,
+// missing ones as zeros (a visibility byte comes back as 0 or 1).
+void checkLayouts(const QByteArray& data)
+{
+    FUZZ_CHECK(encodeVideoCounter(decodeVideoCounter(data)) == padded(data, 4));
+    FUZZ_CHECK(encodeColourSetting(decodeColourSetting(data)) == padded(data, 3));
+    FUZZ_CHECK(encodeDeviceData(decodeDeviceData(data)) == padded(data, 4));
+    FUZZ_CHECK(encodeDeviceSelector(decodeDeviceSelector(data)) == padded(data, 2));
+    FUZZ_CHECK(encodeConverterReading(decodeConverterReading(data)) == padded(data, 5));
+    FUZZ_CHECK(encodeMeasurement3D(decodeMeasurement3D(data)) == padded(data, 28));
+    FUZZ_CHECK(encodeStartPosition(decodeStartPosition(data)) == padded(data, 24));
+    FUZZ_CHECK(encodeStartOrientation(decodeStartOrientation(data)) == padded(data, 8));
+    FUZZ_CHECK(encodeLineColourSetting(decodeLineColourSetting(data)) == padded(data, data.size() == 1 ? 1 : 2));
+
+    QByteArray state = padded(data, 5);
+    state[2] = char(byteOf(state, 2) != 0);
+    state[3] = state[4] = 0;
+    FUZZ_CHECK(encodeStatusLineState(decodeStatusLineState(data)) == state);
+    state = padded(data, 4);
+    state[1] = char(byteOf(state, 1) != 0);
+    FUZZ_CHECK(encodeUnitState(decodeUnitState(data)) == state);
+}
+
+// Texts in a codec that maps every byte to one character, zero bytes
+// included: the bytes come back exactly. Under UTF-8 and UTF-16 any data
+// decodes, whatever it holds.
+void checkTexts(const QByteArray& data, unsigned char selector)
+{
+    TextCharset charset;
+    FUZZ_CHECK(charset.setLocaleCodec("ISO-8859-1"));
+    if (!data.isEmpty())
+        FUZZ_CHECK(encodeNumberedText(decodeNumberedText(data, charset), charset) == data);
+    const TempTexts temp = decodeTempTexts(data, charset);
+    if (data.size() > 3) {
+        FUZZ_CHECK(temp.texts.size() == data.mid(3).count('\0') + 1);
+        FUZZ_CHECK(encodeTempTexts(temp, charset) == data.left(2) + '\0' + data.mid(3));
+    } else {
+        FUZZ_CHECK(temp.texts.isEmpty());
+    }
+    const NumberedText status
+        = decodeStatusLineText(selector, encodeStatusLineText(selector, temp.texts.value(0), charset), charset);
+    FUZZ_CHECK(status.number == selector && status.text == temp.texts.value(0));
+
+    FUZZ_CHECK(charset.selectByte(selector) == (selector <= 2));
+    decodeTempTexts(data, charset);
+    decodeNumberedText(data, charset);
+}
+
 void checkByteAt(const RS232Message& message, const QByteArray& data, int index)
 {
     const unsigned char expected = (index >= 0 && index < data.size()) ? byteOf(data, index) : 0;
@@ -136,6 +216,9 @@ void checkMessage(FuzzedDataProvider& input)
     FUZZ_CHECK(message.is_valid() == (command != 0 && group != 255 && size <= 255));
     checkText(message);
     checkDecoders(data);
+    checkClock(data);
+    checkLayouts(data);
+    checkTexts(data, command);
 
     for (int k = 0; k < 4; ++k)
         checkByteAt(message, data, input.ConsumeIntegral<int>());

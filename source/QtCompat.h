@@ -31,9 +31,17 @@ inline void setUtf8(QTextStream& stream)
 
 // UTF-16 as the line carries it: a byte-order mark, then host byte order.
 // Qt 5's codec writes the mark by itself, Qt 6's only through an encoder; an
-// encoder with its default flags writes it on both.
+// encoder with its default flags writes it on both, but Qt 6's only in front
+// of a first character. The PC gets the mark alone for an empty text, as the
+// board's Qt 5 sends it.
 inline QByteArray encodeWithByteOrderMark(const QTextCodec* codec, const QString& text)
 {
+#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
+    if (text.isEmpty()) {
+        const char16_t mark = QChar::ByteOrderMark;
+        return QByteArray(reinterpret_cast<const char*>(&mark), sizeof mark);
+    }
+#endif
     const std::unique_ptr<QTextEncoder> encoder(codec->makeEncoder());
     return encoder->fromUnicode(text);
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: BSD-2-Clause
 #include "ClientOptions.h"
 
+#include "CharsetNames.h"
+
 namespace {
 
 // Options come first; the first word that is no option starts the command,
@@ -61,7 +63,7 @@ bool parseOptions(const QStringList& arguments, ClientOptions* options, QString*
         } else if (is(argument, nullptr, "--charset")) {
             if (!takeValue(arguments, &i, &value, error))
                 return false;
-            if (!TextCharset::parse(value, &options->charset)) {
+            if (!parseCharsetName(value, &options->charset)) {
                 *error = QStringLiteral("--charset is locale, utf8 or utf16");
                 return false;
             }

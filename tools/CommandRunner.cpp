@@ -178,8 +178,8 @@ CommandRunner::ExitCode CommandRunner::send(const Request& prepared)
     else
         m_out << (awaitReply ? "reply data: " + hexBytes(reply.data()) : QStringLiteral("done (acknowledged)")) << '\n';
     // The controller now expects texts in the new character set: follow it.
-    if (command == CODEC_COMMAND && group == SETTING_GROUP && byte_at(data, 0) <= TextCharset::Utf16)
-        m_charset.select(static_cast<TextCharset::Selector>(byte_at(data, 0)));
+    if (command == CODEC_COMMAND && group == SETTING_GROUP)
+        m_charset.selectByte(byte_at(data, 0));
     m_out.flush();
     return Done;
 }

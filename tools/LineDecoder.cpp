@@ -140,9 +140,8 @@ QString LineDecoder::requestEvent(const RS232Message& message)
     if (message.get_group_id() == QUERY_GROUP)
         m_queries[message.get_command_id() * 256 + QUERY_GROUP].enqueue({ message.data(), m_charset.selected() });
     // Later texts both ways are in the newly selected character set.
-    if (message.get_command_id() == CODEC_COMMAND && message.get_group_id() == SETTING_GROUP
-        && message.data_byte(0) <= TextCharset::Utf16)
-        m_charset.select(static_cast<TextCharset::Selector>(message.data_byte(0)));
+    if (message.get_command_id() == CODEC_COMMAND && message.get_group_id() == SETTING_GROUP)
+        m_charset.selectByte(message.data_byte(0));
     return arguments.isEmpty() ? entry->name : entry->name + QLatin1Char(' ') + arguments;
 }
 

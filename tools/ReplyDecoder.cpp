@@ -1,17 +1,19 @@
 // SPDX-License-Identifier: BSD-2-Clause
 #include "ReplyDecoder.h"
 
+#include "CharsetNames.h"
+#include "ClockPayloads.h"
+#include "OverlayPayloads.h"
 #include "RS232Message.h"
+#include "SensorPayloads.h"
 #include "TextCharset.h"
+#include "TextPayloads.h"
 
 #include <QLocale>
 
 namespace {
 
-// The value the controller sends for a video counter it could not read.
-const unsigned char NO_VIDEOCOUNTER = 99;
-
-QString colours(unsigned char code)
+QString colours(int code)
 {
     return QStringLiteral("colours %1 on %2").arg(code >> 4).arg(code & 0x0F);
 }
@@ -21,42 +23,46 @@ QString twoDigits(int value)
     return QStringLiteral("%1").arg(value, 2, 10, QLatin1Char('0'));
 }
 
-QString decodeVideoCounter(const QByteArray& reply)
+QString videoCounterReply(const QByteArray& reply)
 {
-    const unsigned char h = byte_at(reply, 0), m = byte_at(reply, 1), s = byte_at(reply, 2), f = byte_at(reply, 3);
-    if (h == NO_VIDEOCOUNTER && m == NO_VIDEOCOUNTER && s == NO_VIDEOCOUNTER && f == NO_VIDEOCOUNTER)
+    const VideoCounter counter = decodeVideoCounter(reply);
+    if (counter.isNoValue())
         return QStringLiteral(
             "video counter: no value (the overlay service did not answer; the controller sends 99 99 99 99)");
-    return QStringLiteral("video counter: %1:%2:%3, frame %4").arg(twoDigits(h), twoDigits(m), twoDigits(s)).arg(f);
+    return QStringLiteral("video counter: %1:%2:%3, frame %4")
+        .arg(twoDigits(counter.hours), twoDigits(counter.minutes), twoDigits(counter.seconds))
+        .arg(counter.frames);
 }
 
-QString decode3D(const QByteArray& reply)
+QString measurement3DReply(const QByteArray& reply)
 {
-    const double x = RS232Message::bytearray_to_double(reply.mid(0, 8));
-    const double y = RS232Message::bytearray_to_double(reply.mid(8, 8));
-    const double z = RS232Message::bytearray_to_double(reply.mid(16, 8));
-    const float distance = RS232Message::bytearray_to_float(reply.mid(24, 4));
+    const Measurement3D data = decodeMeasurement3D(reply);
     return QStringLiteral("3D data: x %1, y %2, z %3, distance counter %4")
-        .arg(number(x), number(y), number(z), number(distance));
+        .arg(number(data.x), number(data.y), number(data.z), number(data.distanceCounter));
 }
 
-QString decodeStatusLineText(const QByteArray& request, const QByteArray& reply, const TextCharset& charset)
+QString statusLineTextReply(const QByteArray& request, const QByteArray& reply, const TextCharset& charset)
 {
-    // Items 1 to 4 are echoed in front of the text; other values are not.
-    const unsigned char item = byte_at(request, 0);
-    if (item >= 1 && item <= 4)
-        return QStringLiteral("status line item %1: %2")
-            .arg(byte_at(reply, 0))
-            .arg(quoted(charset.decode(reply.mid(1))));
-    return QStringLiteral("overlay text %1: %2").arg(item).arg(quoted(charset.decode(reply)));
+    const int item = byte_at(request, 0);
+    const NumberedText text = decodeStatusLineText(item, reply, charset);
+    return QStringLiteral("%1 %2: %3")
+        .arg(isStatusLineItem(item) ? QStringLiteral("status line item") : QStringLiteral("overlay text"))
+        .arg(text.number)
+        .arg(quoted(text.text));
 }
 
-QString decodeDeviceData(const QByteArray& reply)
+QString deviceDataReply(const QByteArray& reply)
 {
-    const QString selector = QStringLiteral("selector %1 %2").arg(byte_at(reply, 0)).arg(byte_at(reply, 1));
-    if (byte_at(reply, 2) != 0)
-        return selector + QStringLiteral(": unknown to the controller (status %1)").arg(byte_at(reply, 2));
-    return selector + QStringLiteral(": camera module type %1").arg(byte_at(reply, 3));
+    const DeviceData data = decodeDeviceData(reply);
+    const QString selector = QStringLiteral("selector %1 %2").arg(data.selector.first).arg(data.selector.second);
+    if (data.status != DEVICE_DATA_ANSWERED)
+        return selector + QStringLiteral(": unknown to the controller (status %1)").arg(data.status);
+    return selector + QStringLiteral(": camera module type %1").arg(data.value);
+}
+
+QString visibility(bool visible)
+{
+    return visible ? QStringLiteral("visible") : QStringLiteral("hidden");
 }
 
 } // namespace
@@ -76,6 +82,19 @@ QString quoted(const QString& text)
     return QLatin1Char('"') + text + QLatin1Char('"');
 }
 
+QString dateText(const DatePieces& date)
+{
+    return QStringLiteral("%1-%2-%3")
+        .arg(date.year(), 4, 10, QLatin1Char('0'))
+        .arg(twoDigits(date.month.value), twoDigits(date.day.value));
+}
+
+QString timeText(const TimePieces& time)
+{
+    return QStringLiteral("%1:%2:%3")
+        .arg(twoDigits(time.hour.value), twoDigits(time.minute.value), twoDigits(time.second.value));
+}
+
 QString hexBytes(const QByteArray& bytes)
 {
     return QString::fromLatin1(bytes.toHex(' ').toUpper());
@@ -88,9 +107,9 @@ QString decodeReply(const CatalogueEntry& entry, const QByteArray& request, cons
     case ReplyKind::Ack:
         return QStringLiteral("done (acknowledged)");
     case ReplyKind::Codec:
-        return QStringLiteral("character set: ") + TextCharset::describe(byte_at(reply, 0));
+        return QStringLiteral("character set: ") + describeCharset(byte_at(reply, 0));
     case ReplyKind::DeviceData:
-        return decodeDeviceData(reply);
+        return deviceDataReply(reply);
     case ReplyKind::Metres:
         return QStringLiteral("%1: %2 metres (feet if the controller's locale is US)")
             .arg(entry.subject, number(RS232Message::bytearray_to_float(reply)));
@@ -98,37 +117,40 @@ QString decodeReply(const CatalogueEntry& entry, const QByteArray& request, cons
         return entry.subject + QStringLiteral(": ") + number(RS232Message::bytearray_to_float(reply));
     case ReplyKind::Integer:
         return entry.subject + QStringLiteral(": %1").arg(RS232Message::bytearray_to_int(reply));
-    case ReplyKind::UnitState:
+    case ReplyKind::UnitState: {
+        const UnitState state = decodeUnitState(reply);
         return QStringLiteral("%1: format %2, %3, position %4, %5")
             .arg(entry.subject)
-            .arg(byte_at(reply, 0))
-            .arg(byte_at(reply, 1) ? QStringLiteral("visible") : QStringLiteral("hidden"))
-            .arg(byte_at(reply, 2))
-            .arg(byte_at(reply, 3));
+            .arg(state.format)
+            .arg(visibility(state.visible))
+            .arg(state.x)
+            .arg(state.y);
+    }
     case ReplyKind::Date:
-        return QStringLiteral("date: %1-%2-%3")
-            .arg(byte_at(reply, 2) * 100 + byte_at(reply, 3), 4, 10, QLatin1Char('0'))
-            .arg(twoDigits(byte_at(reply, 1)), twoDigits(byte_at(reply, 0)));
+        return QStringLiteral("date: ") + dateText(decodeDate(reply));
     case ReplyKind::Time:
-        return QStringLiteral("time: %1:%2:%3")
-            .arg(twoDigits(byte_at(reply, 0)), twoDigits(byte_at(reply, 1)), twoDigits(byte_at(reply, 2)));
+        return QStringLiteral("time: ") + timeText(decodeTime(reply));
     case ReplyKind::VideoCounter:
-        return decodeVideoCounter(reply);
+        return videoCounterReply(reply);
     case ReplyKind::StatusLineText:
-        return decodeStatusLineText(request, reply, charset);
-    case ReplyKind::StatusLineState:
+        return statusLineTextReply(request, reply, charset);
+    case ReplyKind::StatusLineState: {
+        const StatusLineState state = decodeStatusLineState(reply);
         return QStringLiteral("status line item %1: %2, %3")
-            .arg(byte_at(reply, 0))
-            .arg(colours(byte_at(reply, 1)))
-            .arg(byte_at(reply, 2) ? QStringLiteral("visible") : QStringLiteral("hidden"));
-    case ReplyKind::LineText:
-        return QStringLiteral("line %1: %2").arg(byte_at(reply, 0)).arg(quoted(charset.decode(reply.mid(1))));
-    case ReplyKind::Converter:
-        return QStringLiteral("converter channel %1: %2")
-            .arg(byte_at(reply, 0))
-            .arg(number(RS232Message::bytearray_to_float(reply.mid(1, 4))));
+            .arg(state.item)
+            .arg(colours(state.colourCode))
+            .arg(visibility(state.visible));
+    }
+    case ReplyKind::LineText: {
+        const NumberedText line = decodeNumberedText(reply, charset);
+        return QStringLiteral("line %1: %2").arg(line.number).arg(quoted(line.text));
+    }
+    case ReplyKind::Converter: {
+        const ConverterReading reading = decodeConverterReading(reply);
+        return QStringLiteral("converter channel %1: %2").arg(reading.channel).arg(number(reading.value));
+    }
     case ReplyKind::Measurement3D:
-        return decode3D(reply);
+        return measurement3DReply(reply);
     case ReplyKind::Text:
         return entry.subject + QStringLiteral(": ") + quoted(charset.decode(reply));
     }

@@ -8,6 +8,8 @@
 #include <QString>
 
 class TextCharset;
+struct DatePieces;
+struct TimePieces;
 
 // Puts a reply's data into plain words, with the value encodings of the
 // frame code. `request` is the request's data (some replies echo a part).
@@ -25,5 +27,8 @@ QString hexBytes(const QByteArray& bytes);
 QString number(float value);
 QString number(double value);
 QString quoted(const QString& text);
+// A date as YYYY-MM-DD, a time as HH:MM:SS.
+QString dateText(const DatePieces& date);
+QString timeText(const TimePieces& time);
 
 #endif

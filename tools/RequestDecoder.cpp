@@ -1,21 +1,23 @@
 // SPDX-License-Identifier: BSD-2-Clause
 #include "RequestDecoder.h"
 
+#include "CharsetNames.h"
+#include "ClockPayloads.h"
+#include "OverlayPayloads.h"
 #include "RS232Message.h"
 #include "ReplyDecoder.h"
+#include "SensorPayloads.h"
 #include "TextCharset.h"
+#include "TextPayloads.h"
 
 #include <QStringList>
 
 namespace {
 
-const int TEMP_TEXTS_OFFSET = 3; // first line, duration, one unread byte
-
 // A text as an argument: quoted, with quotes and backslashes escaped as
 // the script reader expects them.
-QString textArgument(const QByteArray& bytes, const TextCharset& charset)
+QString textArgument(QString text)
 {
-    QString text = charset.decode(bytes);
     text.replace(QLatin1Char('\\'), QLatin1String("\\\\"));
     text.replace(QLatin1Char('"'), QLatin1String("\\\""));
     return quoted(text);
@@ -29,7 +31,7 @@ QString bytes(const QByteArray& data, int count)
     return words.join(QLatin1Char(' '));
 }
 
-QString colours(unsigned char code)
+QString colours(int code)
 {
     return QStringLiteral("%1 %2").arg(code >> 4).arg(code & 0x0F);
 }
@@ -49,11 +51,10 @@ QString unitTextOfColourIndex(int index)
 
 QString tempTexts(const QByteArray& data, const TextCharset& charset)
 {
-    QStringList words = { QString::number(byte_at(data, 0)), QString::number(byte_at(data, 1)) };
-    if (data.size() > TEMP_TEXTS_OFFSET) {
-        for (const QByteArray& text : data.mid(TEMP_TEXTS_OFFSET).split('\0'))
-            words.append(textArgument(text, charset));
-    }
+    const TempTexts temp = decodeTempTexts(data, charset);
+    QStringList words = { QString::number(temp.firstLine), QString::number(temp.duration) };
+    for (const QString& text : temp.texts)
+        words.append(textArgument(text));
     return words.join(QLatin1Char(' '));
 }
 
@@ -68,67 +69,73 @@ QString decode(const CatalogueEntry& entry, const QByteArray& data, const TextCh
     case RequestKind::Byte:
         *used = 1;
         return bytes(data, 1);
-    case RequestKind::ByteText:
-        return bytes(data, 1) + QLatin1Char(' ') + textArgument(data.mid(1), charset);
+    case RequestKind::ByteText: {
+        const NumberedText numbered = decodeNumberedText(data, charset);
+        return QString::number(numbered.number) + QLatin1Char(' ') + textArgument(numbered.text);
+    }
     case RequestKind::Text:
-        return textArgument(data, charset);
+        return textArgument(charset.decode(data));
     case RequestKind::Cursor:
     case RequestKind::Position:
-    case RequestKind::Selector:
         *used = 2;
         return bytes(data, 2);
-    case RequestKind::LineColour:
-        // One byte alone is the colour for the cursor's line.
-        if (data.size() == 1)
-            return QStringLiteral("cursor ") + colours(byte_at(data, 0));
+    case RequestKind::Selector: {
         *used = 2;
-        return QStringLiteral("%1 %2").arg(byte_at(data, 0)).arg(colours(byte_at(data, 1)));
+        const DeviceSelector selector = decodeDeviceSelector(data);
+        return QStringLiteral("%1 %2").arg(selector.first).arg(selector.second);
+    }
+    case RequestKind::LineColour: {
+        const LineColourSetting setting = decodeLineColourSetting(data);
+        if (setting.atCursor)
+            return QStringLiteral("cursor ") + colours(setting.colourCode);
+        *used = 2;
+        return QStringLiteral("%1 %2").arg(setting.line).arg(colours(setting.colourCode));
+    }
     case RequestKind::ItemColours:
     case RequestKind::UnitColour: {
-        // Background before foreground on the line.
         *used = 3;
-        const QString target = entry.request == RequestKind::UnitColour ? unitTextOfColourIndex(byte_at(data, 0))
-                                                                        : QString::number(byte_at(data, 0));
-        return QStringLiteral("%1 %2 %3").arg(target).arg(byte_at(data, 2)).arg(byte_at(data, 1));
+        const ColourSetting setting = decodeColourSetting(data);
+        const QString target = entry.request == RequestKind::UnitColour ? unitTextOfColourIndex(setting.target)
+                                                                        : QString::number(setting.target);
+        return QStringLiteral("%1 %2 %3").arg(target).arg(setting.foreground).arg(setting.background);
     }
     case RequestKind::Float:
         *used = 4;
-        return number(RS232Message::bytearray_to_float(data.left(4)));
+        return number(RS232Message::bytearray_to_float(data));
     case RequestKind::Date:
         *used = 4;
-        return QStringLiteral("%1-%2-%3")
-            .arg(byte_at(data, 2) * 100 + byte_at(data, 3), 4, 10, QLatin1Char('0'))
-            .arg(byte_at(data, 1), 2, 10, QLatin1Char('0'))
-            .arg(byte_at(data, 0), 2, 10, QLatin1Char('0'));
+        return dateText(decodeDate(data));
     case RequestKind::Time:
         *used = 3;
-        return QStringLiteral("%1:%2:%3")
-            .arg(byte_at(data, 0), 2, 10, QLatin1Char('0'))
-            .arg(byte_at(data, 1), 2, 10, QLatin1Char('0'))
-            .arg(byte_at(data, 2), 2, 10, QLatin1Char('0'));
+        return timeText(decodeTime(data));
     case RequestKind::Codec: {
         *used = 1;
-        static const char* const NAMES[] = { "locale", "utf8", "utf16" };
         const unsigned char selector = byte_at(data, 0);
-        return selector <= TextCharset::Utf16 ? QString::fromLatin1(NAMES[selector])
-                                              : QStringLiteral("(selector %1, ignored)").arg(selector);
+        return TextCharset::isSelector(selector) ? charsetName(TextCharset::Selector(selector))
+                                                 : QStringLiteral("(selector %1, ignored)").arg(selector);
     }
-    case RequestKind::VideoCounter:
+    case RequestKind::VideoCounter: {
         *used = 4;
-        return bytes(data, 4);
+        const VideoCounter counter = decodeVideoCounter(data);
+        return QStringLiteral("%1 %2 %3 %4")
+            .arg(counter.hours)
+            .arg(counter.minutes)
+            .arg(counter.seconds)
+            .arg(counter.frames);
+    }
     case RequestKind::Integer:
         *used = 2;
         return QString::number(RS232Message::bytearray_to_int(data.left(2)));
-    case RequestKind::StartPosition:
+    case RequestKind::StartPosition: {
         *used = 24;
-        return QStringLiteral("%1 %2 %3")
-            .arg(number(RS232Message::bytearray_to_double(data.mid(0, 8))),
-                 number(RS232Message::bytearray_to_double(data.mid(8, 8))),
-                 number(RS232Message::bytearray_to_double(data.mid(16, 8))));
-    case RequestKind::StartOrientation:
+        const Position3D position = decodeStartPosition(data);
+        return QStringLiteral("%1 %2 %3").arg(number(position.x), number(position.y), number(position.z));
+    }
+    case RequestKind::StartOrientation: {
         *used = 8;
-        return number(RS232Message::bytearray_to_float(data.mid(0, 4))) + QLatin1Char(' ')
-            + number(RS232Message::bytearray_to_float(data.mid(4, 4)));
+        const Orientation3D orientation = decodeStartOrientation(data);
+        return number(orientation.first) + QLatin1Char(' ') + number(orientation.second);
+    }
     case RequestKind::TempText:
         return tempTexts(data, charset);
     }

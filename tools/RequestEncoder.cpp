@@ -1,8 +1,14 @@
 // SPDX-License-Identifier: BSD-2-Clause
 #include "RequestEncoder.h"
 
+#include "CharsetNames.h"
+#include "ClockPayloads.h"
+#include "OverlayColors.h"
+#include "OverlayPayloads.h"
 #include "RS232Message.h"
+#include "SensorPayloads.h"
 #include "TextCharset.h"
+#include "TextPayloads.h"
 
 #include <QDate>
 #include <QTime>
@@ -10,8 +16,6 @@
 #include <climits>
 
 namespace {
-
-const int MAX_TEMP_TEXTS = 5;
 
 bool parseNumber(const QString& text, long long low, long long high, long long* value)
 {
@@ -79,11 +83,11 @@ private:
     QString* m_error;
 };
 
-QByteArray colourCode(unsigned char foreground, unsigned char background, Arguments& args)
+int colourCode(unsigned char foreground, unsigned char background, Arguments& args)
 {
     if (foreground > 15 || background > 15)
         args.fail(QStringLiteral("colours are numbers from 0 to 15"));
-    return QByteArray(1, char((foreground << 4) | background));
+    return static_cast<unsigned char>(ColorCodeFromPair(foreground, background));
 }
 
 QByteArray encodeDate(const QString& text, Arguments& args)
@@ -93,9 +97,7 @@ QByteArray encodeDate(const QString& text, Arguments& args)
         args.fail(QStringLiteral("a date is written YYYY-MM-DD, e.g. 2026-11-22, not \"%1\"").arg(text));
         return {};
     }
-    // Day, month, century, year within the century.
-    const char bytes[] = { char(date.day()), char(date.month()), char(date.year() / 100), char(date.year() % 100) };
-    return QByteArray(bytes, sizeof bytes);
+    return encodeDateSetting(date);
 }
 
 QByteArray encodeTime(const QString& text, Arguments& args)
@@ -105,24 +107,19 @@ QByteArray encodeTime(const QString& text, Arguments& args)
         args.fail(QStringLiteral("a time is written HH:MM:SS, e.g. 14:30:05, not \"%1\"").arg(text));
         return {};
     }
-    const char bytes[] = { char(time.hour()), char(time.minute()), char(time.second()) };
-    return QByteArray(bytes, sizeof bytes);
+    return encodeTimeSetting(time);
 }
 
 QByteArray encodeTempText(Arguments& args, const TextCharset& charset)
 {
-    QByteArray data;
-    data.append(char(args.byte(0, "first line")));
-    data.append(char(args.byte(1, "duration")));
-    data.append('\0'); // not read by the controller
-    if (args.count() - 2 > MAX_TEMP_TEXTS)
-        args.fail(QStringLiteral("at most %1 texts").arg(MAX_TEMP_TEXTS));
-    for (int i = 2; i < args.count(); ++i) {
-        if (i > 2)
-            data.append('\0');
-        data.append(charset.encode(args.word(i)));
-    }
-    return data;
+    TempTexts temp;
+    temp.firstLine = args.byte(0, "first line");
+    temp.duration = args.byte(1, "duration");
+    if (args.count() - 2 > TEMP_TEXT_LINES)
+        args.fail(QStringLiteral("at most %1 texts").arg(TEMP_TEXT_LINES));
+    for (int i = 2; i < args.count(); ++i)
+        temp.texts.append(args.word(i));
+    return encodeTempTexts(temp, charset);
 }
 
 // What the first argument is called in the usage text: "<line>" -> "line".
@@ -143,7 +140,7 @@ QByteArray encode(const CatalogueEntry& entry, Arguments& args, const TextCharse
         args.expectAtMost(1);
         return QByteArray(1, char(args.byte(0, firstArgumentName(entry))));
     case RequestKind::ByteText:
-        return QByteArray(1, char(args.byte(0, firstArgumentName(entry)))) + charset.encode(args.text(1));
+        return encodeNumberedText({ args.byte(0, firstArgumentName(entry)), args.text(1) }, charset);
     case RequestKind::Text:
         if (args.count() == 0)
             args.fail(QStringLiteral("missing text"));
@@ -155,26 +152,27 @@ QByteArray encode(const CatalogueEntry& entry, Arguments& args, const TextCharse
     }
     case RequestKind::LineColour: {
         args.expectAtMost(3);
-        const bool cursor = args.word(0).compare(QLatin1String("cursor"), Qt::CaseInsensitive) == 0;
-        const QByteArray line = cursor ? QByteArray() : QByteArray(1, char(args.byte(0, "line")));
-        return line + colourCode(args.byte(1, "foreground"), args.byte(2, "background"), args);
+        LineColourSetting setting;
+        setting.atCursor = args.word(0).compare(QLatin1String("cursor"), Qt::CaseInsensitive) == 0;
+        setting.line = setting.atCursor ? 0 : args.byte(0, "line");
+        setting.colourCode = colourCode(args.byte(1, "foreground"), args.byte(2, "background"), args);
+        return encodeLineColourSetting(setting);
     }
     case RequestKind::ItemColours:
     case RequestKind::UnitColour: {
         args.expectAtMost(3);
-        const unsigned char target = args.byte(0, entry.request == RequestKind::ItemColours ? "item" : "unit text id");
-        const unsigned char foreground = args.byte(1, "foreground");
-        const unsigned char background = args.byte(2, "background");
-        colourCode(foreground, background, args);
-        int first = target;
+        ColourSetting setting;
+        setting.target = args.byte(0, entry.request == RequestKind::ItemColours ? "item" : "unit text id");
+        setting.foreground = args.byte(1, "foreground");
+        setting.background = args.byte(2, "background");
+        colourCode(setting.foreground, setting.background, args);
         if (entry.request == RequestKind::UnitColour && args.ok()) {
-            first = unitColourIndex(target);
-            if (first < 0)
-                args.fail(QStringLiteral("%1 is no unit text (84-90, 95-103)").arg(target));
+            const int unitText = setting.target;
+            setting.target = unitColourIndex(unitText);
+            if (setting.target < 0)
+                args.fail(QStringLiteral("%1 is no unit text (84-90, 95-103)").arg(unitText));
         }
-        // The second colour (background) comes before the first.
-        const char bytes[] = { char(first), char(background), char(foreground) };
-        return QByteArray(bytes, sizeof bytes);
+        return encodeColourSetting(setting);
     }
     case RequestKind::Float:
         args.expectAtMost(1);
@@ -188,15 +186,14 @@ QByteArray encode(const CatalogueEntry& entry, Arguments& args, const TextCharse
     case RequestKind::Codec: {
         args.expectAtMost(1);
         TextCharset::Selector selector = TextCharset::Locale;
-        if (!TextCharset::parse(args.word(0), &selector))
+        if (!parseCharsetName(args.word(0), &selector))
             args.fail(QStringLiteral("the character set is locale, utf8 or utf16"));
         return QByteArray(1, char(selector));
     }
     case RequestKind::VideoCounter: {
         args.expectAtMost(4);
-        const char bytes[] = { char(args.byte(0, "hours")), char(args.byte(1, "minutes")),
-                               char(args.byte(2, "seconds")), char(args.byte(3, "frames")) };
-        return QByteArray(bytes, sizeof bytes);
+        return encodeVideoCounter(
+            { args.byte(0, "hours"), args.byte(1, "minutes"), args.byte(2, "seconds"), args.byte(3, "frames") });
     }
     case RequestKind::Position: {
         args.expectAtMost(2);
@@ -212,21 +209,17 @@ QByteArray encode(const CatalogueEntry& entry, Arguments& args, const TextCharse
     }
     case RequestKind::StartPosition:
         args.expectAtMost(3);
-        return RS232Message::double_to_bytearray(args.real(0, "x"))
-            + RS232Message::double_to_bytearray(args.real(1, "y"))
-            + RS232Message::double_to_bytearray(args.real(2, "z"));
+        return encodeStartPosition({ args.real(0, "x"), args.real(1, "y"), args.real(2, "z") });
     case RequestKind::StartOrientation:
         args.expectAtMost(2);
-        return RS232Message::float_to_bytearray(float(args.real(0, "a")))
-            + RS232Message::float_to_bytearray(float(args.real(1, "b")));
+        return encodeStartOrientation({ float(args.real(0, "a")), float(args.real(1, "b")) });
     case RequestKind::TempText:
         return encodeTempText(args, charset);
     case RequestKind::Selector: {
         args.expectAtMost(2);
         if (args.count() == 0)
-            return QByteArray("\x01\x01", 2);
-        const char bytes[] = { char(args.byte(0, "selector")), char(args.byte(1, "selector")) };
-        return QByteArray(bytes, sizeof bytes);
+            return encodeDeviceSelector(CAMERA_MODULE_TYPE);
+        return encodeDeviceSelector({ args.byte(0, "selector"), args.byte(1, "selector") });
     }
     }
     return {};

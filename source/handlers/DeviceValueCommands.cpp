@@ -9,15 +9,11 @@
 #include "CTravendDeviceStatusInterface.h"
 #include "Handlers.h"
 #include "RS232Message.h"
+#include "SensorPayloads.h"
 
 #include <cmath>
 
 namespace {
-// Device data selector pairs: only (1, 1), the camera module type, is known.
-const unsigned char CAMERA_MODULE_SELECTOR[] = { 1, 1 };
-const unsigned char STATUS_ANSWERED = 0;
-const unsigned char STATUS_UNKNOWN_SELECTOR = 1;
-
 // Analogue converter channel 0 carries the inclination; the others read 0.
 const unsigned char INCLINATION_CHANNEL = 0;
 
@@ -79,19 +75,14 @@ Reply fh_get_device_data(DeviceValueCommands& devices, const RS232Message& reque
 {
     // Level 0, like the meter counter queries: visible at the default log level.
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "RS232Handler::fh_get_device_data");
-    const unsigned char first = request.data_byte(0);
-    const unsigned char second = request.data_byte(1);
-
-    unsigned char status = STATUS_UNKNOWN_SELECTOR;
-    unsigned char moduleType = 0;
-    if (first == CAMERA_MODULE_SELECTOR[0] && second == CAMERA_MODULE_SELECTOR[1]) {
-        status = STATUS_ANSWERED;
-        moduleType = devices.bus.waited(devices.deviceStatus.get_camera_module_type()) & 0xFF;
+    // Only one selector pair is known: (1, 1), the camera module type.
+    DeviceData data { decodeDeviceSelector(request.data()), DEVICE_DATA_UNKNOWN_SELECTOR, 0 };
+    if (data.selector == CAMERA_MODULE_TYPE) {
+        data.status = DEVICE_DATA_ANSWERED;
+        data.value = devices.bus.waited(devices.deviceStatus.get_camera_module_type());
     }
-
-    const char reply[] = { char(first), char(second), char(status), char(moduleType) };
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "sending");
-    return reply_with(QByteArray(reply, sizeof reply), "RS232Handler::fh_get_device_data done.");
+    return reply_with(encodeDeviceData(data), "RS232Handler::fh_get_device_data done.");
 }
 
 Reply fh_get_device_value(DeviceValueCommands& devices, const RS232Message&, DeviceValue value)
@@ -139,9 +130,7 @@ Reply fh_get_adconverter(DeviceValueCommands& devices, const RS232Message& reque
     const unsigned char channel = request.data_byte(0);
     const float value = channel == INCLINATION_CHANNEL ? devices.inclination : 0.0f;
 
-    QByteArray reply(1, char(channel));
-    reply.append(RS232Message::float_to_bytearray(value));
-    return reply_with(reply);
+    return reply_with(encodeConverterReading({ channel, value }));
 }
 
 // The inclination commands come from a recording feature of the PC

@@ -9,15 +9,7 @@
 #include "CTravendDeviceEventsInterface.h"
 #include "Handlers.h"
 #include "RS232Message.h"
-
-namespace {
-// A piece of the request; a request shorter than the piece gives a shorter
-// (or empty) piece, whose missing bytes the decoders read as 0.
-QByteArray piece(const RS232Message& request, int offset, int size)
-{
-    return request.data().mid(offset, size);
-}
-} // namespace
+#include "SensorPayloads.h"
 
 MeasurementCommands::MeasurementCommands(CTravendDeviceControlInterface& deviceControl,
                                          CTravendDeviceEventsInterface& deviceEvents, BusCommand& bus)
@@ -45,23 +37,16 @@ Reply fh_cmd_3d_measurement(MeasurementCommands& sensor, const RS232Message&, Se
 Reply fh_get_3d_measurement_data(MeasurementCommands& sensor, const RS232Message&, NoArgument)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_DEBUG, "RS232Handler::fh_get_3d_measurement_data");
-    QByteArray reply;
-    reply.reserve(28);
-    reply.append(RS232Message::double_to_bytearray(sensor.x));
-    reply.append(RS232Message::double_to_bytearray(sensor.y));
-    reply.append(RS232Message::double_to_bytearray(sensor.z));
-    reply.append(RS232Message::float_to_bytearray(static_cast<float>(sensor.distanceCounter)));
-    return reply_with(reply);
+    return reply_with(
+        encodeMeasurement3D({ sensor.x, sensor.y, sensor.z, static_cast<float>(sensor.distanceCounter) }));
 }
 
 Reply fh_set_3d_measurement_start_position(MeasurementCommands& sensor, const RS232Message& request, NoArgument)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_3d_measurement_start_position");
-    const double x = RS232Message::bytearray_to_double(piece(request, 0, 8));
-    const double y = RS232Message::bytearray_to_double(piece(request, 8, 8));
-    const double z = RS232Message::bytearray_to_double(piece(request, 16, 8));
+    const Position3D position = decodeStartPosition(request.data());
     if (sensor.bus.may_send())
-        sensor.deviceControl.set_sensor_3d_start_position(x, y, z);
+        sensor.deviceControl.set_sensor_3d_start_position(position.x, position.y, position.z);
     return no_reply();
 }
 
@@ -69,9 +54,8 @@ Reply fh_set_3d_measurement_start_orientation(MeasurementCommands& sensor, const
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_3d_measurement_start_orientation");
     // Floats on the line, doubles on the bus.
-    const double first = RS232Message::bytearray_to_float(piece(request, 0, 4));
-    const double second = RS232Message::bytearray_to_float(piece(request, 4, 4));
+    const Orientation3D orientation = decodeStartOrientation(request.data());
     if (sensor.bus.may_send())
-        sensor.deviceControl.set_sensor_3d_start_orientation(first, second);
+        sensor.deviceControl.set_sensor_3d_start_orientation(orientation.first, orientation.second);
     return no_reply();
 }

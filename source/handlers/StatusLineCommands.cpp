@@ -13,54 +13,32 @@
 #include "BusCall.h"
 #include "CEventLogger.h"
 #include "CQuorendVideoOverlayInterface.h"
-#include "CommandCatalogue.h"
 #include "FixedTexts.h"
 #include "Handlers.h"
 #include "LineLocale.h"
 #include "OverlayColors.h"
+#include "OverlayPayloads.h"
 #include "RS232Message.h"
+#include "TextPayloads.h"
 
 #include <QVariantList>
-
-namespace {
-// The text identifier of a status line item; false for any other item.
-bool statusTextId(unsigned char item, int* textId)
-{
-    if (item < 1 || item > STATUS_LINE_ITEMS)
-        return false;
-    *textId = STATUS_LINE_TEXT_IDS[item - 1];
-    return true;
-}
-} // namespace
 
 Reply fh_get_statusline(StatusLineCommands& status, const RS232Message& request, NoArgument)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_statusline");
     const unsigned char item = request.data_byte(0);
-
-    QByteArray reply;
-    int textId = item;
-    if (statusTextId(item, &textId))
-        reply.append(char(item));
-
-    const int handle = status.fixedTexts.handle(textId);
+    const int handle = status.fixedTexts.handle(statusLineTextId(item));
     const QString text = status.bus.waited(status.overlay.get_text_string(handle));
-    reply.append(status.lineLocale.encode(text));
-    return reply_with(reply);
+    return reply_with(encodeStatusLineText(item, text, status.lineLocale.charset()));
 }
 
 Reply fh_set_statusline(StatusLineCommands& status, const RS232Message& request, NoArgument)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_statusline");
-    const unsigned char item = request.data_byte(0);
-    if (item == 0)
+    const NumberedText item = decodeNumberedText(request.data(), status.lineLocale.charset());
+    if (item.number == 0)
         return no_reply();
-
-    int textId = item;
-    statusTextId(item, &textId);
-    const int handle = status.fixedTexts.handle(textId);
-    const QString text = status.lineLocale.decode(request.data().mid(1));
-    status.overlay.set_text_string(handle, text);
+    status.overlay.set_text_string(status.fixedTexts.handle(statusLineTextId(item.number)), item.text);
     return no_reply();
 }
 
@@ -68,37 +46,29 @@ Reply fh_get_statusline_state(StatusLineCommands& status, const RS232Message& re
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_statusline_state");
     const unsigned char item = request.data_byte(0);
-    int textId = 0;
-    if (!statusTextId(item, &textId))
+    if (!isStatusLineItem(item))
         return no_reply();
 
-    const int handle = status.fixedTexts.handle(textId);
+    const int handle = status.fixedTexts.handle(statusLineTextId(item));
     const QVariantList colors = status.bus.waited_list(status.overlay.get_text_colors(handle));
     if (colors.size() != 2)
         return no_reply();
     const bool visible = status.bus.waited(status.overlay.is_text_visible(handle));
 
-    QByteArray reply;
-    reply.append(char(item));
-    reply.append(ColorCodeFromPair(colors.at(0).toInt(), colors.at(1).toInt()));
-    reply.append(char(visible ? 1 : 0));
-    reply.append(char(0)); // reserved
-    reply.append(char(0)); // reserved
-    return reply_with(reply);
+    return reply_with(
+        encodeStatusLineState({ item, ColorCodeFromPair(colors.at(0).toInt(), colors.at(1).toInt()), visible }));
 }
 
 Reply fh_set_statusline_color(StatusLineCommands& status, const RS232Message& request, NoArgument)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_statusline_color");
+    const ColourSetting setting = decodeColourSetting(request.data());
     EOverlayTextColor foreground;
     EOverlayTextColor background;
-    // Byte 1 the second colour, byte 2 the first.
-    GetColorsFromChar(ColorCodeFromPair(request.data_byte(2), request.data_byte(1)), foreground, background);
-
-    int textId = 0;
-    if (!statusTextId(request.data_byte(0), &textId))
+    GetColorsFromChar(setting.colourCode(), foreground, background);
+    if (!isStatusLineItem(setting.target))
         return no_reply();
-    status.overlay.set_text_colors(status.fixedTexts.handle(textId), foreground, background);
+    status.overlay.set_text_colors(status.fixedTexts.handle(statusLineTextId(setting.target)), foreground, background);
     return no_reply();
 }
 

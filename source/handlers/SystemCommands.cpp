@@ -6,6 +6,7 @@
 #include "BusCall.h"
 #include "CEventLogger.h"
 #include "CHolvardSysLocaleInterface.h"
+#include "ClockPayloads.h"
 #include "Handlers.h"
 #include "LineLocale.h"
 #include "RS232Message.h"
@@ -18,21 +19,6 @@ namespace {
 const char* const SOFTWARE_VERSION_TEXT = "Vemo <Name> GUI: V<x>.<y>.<z>-rc<w> in work";
 const char* const SOFTWARE_ID_TEXT = "Vemo QR KTL-interface: V1.12 - May 12 2020 - 11:44:29";
 
-// The date query answers the century as the constant 20 and the year as
-// (year + 48) modulo 256, which is the year within the century from 2000 to
-// 2099; the date setting reads century and year from the same two bytes.
-const unsigned char CENTURY_BYTE = 20;
-const int YEAR_OFFSET = 48;
-
-// A date or time piece as the setting command writes it: decimal, with a
-// leading "0" up to 9; a byte the request does not carry adds nothing.
-QString datePiece(const QByteArray& data, int index)
-{
-    if (index >= data.size())
-        return QString();
-    const unsigned char value = byte_at(data, index);
-    return (value <= 9 ? QStringLiteral("0") : QString()) + QString::number(value);
-}
 } // namespace
 
 SystemCommands::SystemCommands(CHolvardSysLocaleInterface& sysLocale, LineLocale& lineLocale, SystemClock& clock,
@@ -74,14 +60,14 @@ void SystemCommands::onLocaleChanged(const QString& cLocaleCode)
 Reply fh_get_softwareversion(SystemCommands& system, const RS232Message&, NoArgument)
 {
     // A template that was never filled in; the PC gets it as it stands.
-    const QByteArray text = system.lineLocale.encode(SOFTWARE_VERSION_TEXT);
+    const QByteArray text = system.lineLocale.charset().encode(SOFTWARE_VERSION_TEXT);
     return reply_with(text, "RS232Handler::fh_get_softwareversion: " + QString::fromLatin1(text),
                       CEventLogger::LOG_LEVEL_DEBUG);
 }
 
 Reply fh_get_softwareid(SystemCommands& system, const RS232Message&, NoArgument)
 {
-    const QByteArray text = system.lineLocale.encode(SOFTWARE_ID_TEXT);
+    const QByteArray text = system.lineLocale.charset().encode(SOFTWARE_ID_TEXT);
     return reply_with(text, "RS232Handler::fh_get_softwareid: " + QString::fromLatin1(text),
                       CEventLogger::LOG_LEVEL_DEBUG);
 }
@@ -90,43 +76,26 @@ Reply fh_get_date_time(SystemCommands& system, const RS232Message&, ClockField f
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_date_time");
     const QDateTime now = system.clock.now();
-
-    QByteArray data;
-    if (field == ClockField::Date) {
-        const QDate date = now.date();
-        data.append(char(date.day()));
-        data.append(char(date.month()));
-        data.append(char(CENTURY_BYTE));
-        data.append(char((date.year() + YEAR_OFFSET) % 256));
-    } else if (field == ClockField::Time) {
-        const QTime time = now.time();
-        data.append(char(time.hour()));
-        data.append(char(time.minute()));
-        data.append(char(time.second()));
-        data.append(char(0));
-    }
-    return reply_with(data);
+    return reply_with(field == ClockField::Date ? encodeDateReply(now.date()) : encodeTimeReply(now.time()));
 }
 
 Reply fh_set_date_time(SystemCommands& system, const RS232Message& request, ClockField field)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_date_time");
-    const QByteArray& data = request.data();
     const QDateTime now = system.clock.now();
     QDate date = now.date();
     QTime time = now.time();
 
     if (field == ClockField::Date) {
-        const QString text
-            = datePiece(data, 2) + datePiece(data, 3) + "-" + datePiece(data, 1) + "-" + datePiece(data, 0);
+        const QString text = dateSettingText(decodeDate(request.data()));
         date = QDate::fromString(text, "yyyy-MM-dd");
         if (!date.isValid()) {
             TVX_LOG(CEventLogger::LOG_LEVEL_ERROR,
                     "RS232Handler::fh_set_date_time: invalid date \"" + text + "\" ignored");
             return no_reply();
         }
-    } else if (field == ClockField::Time) {
-        const QString text = datePiece(data, 0) + ":" + datePiece(data, 1) + ":" + datePiece(data, 2);
+    } else {
+        const QString text = timeSettingText(decodeTime(request.data()));
         time = QTime::fromString(text, "hh:mm:ss");
         if (!time.isValid()) {
             TVX_LOG(CEventLogger::LOG_LEVEL_ERROR,
@@ -150,13 +119,13 @@ Reply fh_get_codec(SystemCommands& system, const RS232Message&, NoArgument)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "RS232Handler::fh_get_codec");
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "sending");
-    return reply_with(QByteArray(1, char(system.lineLocale.selector() & 0xFF)), "RS232Handler::fh_get_codec done.");
+    return reply_with(QByteArray(1, char(system.lineLocale.charset().selected())), "RS232Handler::fh_get_codec done.");
 }
 
 Reply fh_set_codec(SystemCommands& system, const RS232Message& request, NoArgument)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_codec");
-    const unsigned char selector = request.data_byte(0);
-    system.lineLocale.select(selector);
+    // Selectors above 2 are ignored: the PC keeps what it had.
+    system.lineLocale.charset().selectByte(request.data_byte(0));
     return no_reply();
 }

@@ -12,18 +12,16 @@
 #include "Handlers.h"
 #include "LineLocale.h"
 #include "OverlayColors.h"
+#include "OverlayPayloads.h"
 #include "RS232Message.h"
-
-#include <QList>
+#include "TextPayloads.h"
 
 namespace {
-// Temporary lines: always five, at column 0, in the manager's starting
-// colours, whatever the cursor colours are now.
-const int TEMP_TEXT_COUNT = 5;
+// Temporary lines: at column 0, in the manager's starting colours, whatever
+// the cursor colours are now.
 const int TEMP_TEXT_FOREGROUND = 1;
 const int TEMP_TEXT_BACKGROUND = 13;
 const int TEMP_TEXT_COLUMN = 0;
-const int TEMP_TEXT_FIRST_TEXT_BYTE = 3;
 
 // The screen line of a 1-based line byte; byte 0 addresses line 255.
 unsigned char screenLine(unsigned char oneBasedLine)
@@ -51,17 +49,16 @@ Reply fh_set_cursor(TextScreenCommands& screen, const RS232Message& request, NoA
 Reply fh_set_line_color(TextScreenCommands& screen, const RS232Message& request, NoArgument)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_line_color");
-    // One byte: the cursor colours. Two: a 1-based line, then its colours.
-    const bool cursorOnly = request.get_data_length() == 1;
+    const LineColourSetting setting = decodeLineColourSetting(request.data());
     EOverlayTextColor foreground;
     EOverlayTextColor background;
-    GetColorsFromChar(static_cast<char>(request.data_byte(cursorOnly ? 0 : 1)), foreground, background);
+    GetColorsFromChar(static_cast<char>(setting.colourCode), foreground, background);
 
     CTextLinesManager& lines = screen.lines;
-    if (cursorOnly)
+    if (setting.atCursor)
         lines.setCursorColor(foreground, background);
     else
-        lines.setTextLineColor(screenLine(request.data_byte(0)), foreground, background);
+        lines.setTextLineColor(screenLine(static_cast<unsigned char>(setting.line)), foreground, background);
     return no_reply();
 }
 
@@ -70,24 +67,20 @@ Reply fh_get_line(TextScreenCommands& screen, const RS232Message& request, NoArg
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_get_line");
     const unsigned char line = request.data_byte(0);
     const QString text = screen.lines.getTextLineStr(screenLine(line));
-
-    // The line byte as received, then the text, no length and no terminator.
-    QByteArray reply(1, static_cast<char>(line));
-    reply += screen.lineLocale.encode(text);
-    return reply_with(reply);
+    return reply_with(encodeNumberedText({ line, text }, screen.lineLocale.charset()));
 }
 
 Reply fh_set_line(TextScreenCommands& screen, const RS232Message& request, NoArgument)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_line");
-    const unsigned char line = screenLine(request.data_byte(0));
-    const QByteArray& data = request.data();
+    const NumberedText line = decodeNumberedText(request.data(), screen.lineLocale.charset());
+    const unsigned char onScreen = screenLine(static_cast<unsigned char>(line.number));
 
     // A line number alone clears the line.
-    if (data.size() > 1)
-        screen.lines.setTextLineStr(line, screen.lineLocale.decode(data.mid(1)));
+    if (request.get_data_length() > 1)
+        screen.lines.setTextLineStr(onScreen, line.text);
     else
-        screen.lines.clearTextLine(line);
+        screen.lines.clearTextLine(onScreen);
     return no_reply();
 }
 
@@ -96,7 +89,7 @@ Reply fh_set_text(TextScreenCommands& screen, const RS232Message& request, NoArg
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_text");
     if (request.data().isEmpty())
         return no_reply();
-    screen.lines.writeText(screen.lineLocale.decode(request.data()));
+    screen.lines.writeText(screen.lineLocale.charset().decode(request.data()));
     return no_reply();
 }
 
@@ -114,9 +107,9 @@ void TextScreenCommands::add_char_to_line(char byte)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::add_char_to_line");
     // Typed characters are written only while the locale codec is selected.
-    if (!lineLocale.localeCodecSelected())
+    if (lineLocale.charset().selected() != TextCharset::Locale)
         return;
-    const QChar character = lineLocale.typedChar(static_cast<unsigned char>(byte));
+    const QChar character = lineLocale.charset().typedChar(static_cast<unsigned char>(byte));
     bus.begin();
     lines.writeChar(character);
 }
@@ -124,18 +117,13 @@ void TextScreenCommands::add_char_to_line(char byte)
 Reply fh_start_temp_text(TextScreenCommands& screen, const RS232Message& request, NoArgument)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_start_temp_text");
-    // Byte 0 the 1-based first line, byte 1 the display duration, byte 2
-    // unused, then the texts separated by zero bytes.
-    const int firstLine = request.data_byte(0);
-    const int duration = request.data_byte(1);
-    const QList<QByteArray> pieces = request.data().mid(TEMP_TEXT_FIRST_TEXT_BYTE).split('\0');
+    const TempTexts temp = decodeTempTexts(request.data(), screen.lineLocale.charset());
 
     // Always five lines; missing texts are empty, further ones ignored. The
     // line is a plain int: a first line of 0 draws at line -1.
-    for (int i = 0; i < TEMP_TEXT_COUNT; ++i) {
-        const QString text = i < pieces.size() ? screen.lineLocale.decode(pieces.at(i)) : QString();
-        screen.overlay.draw_temp_text(text, TEMP_TEXT_FOREGROUND, TEMP_TEXT_BACKGROUND, TEMP_TEXT_COLUMN,
-                                      firstLine - 1 + i, duration);
+    for (int i = 0; i < TEMP_TEXT_LINES; ++i) {
+        screen.overlay.draw_temp_text(temp.texts.value(i), TEMP_TEXT_FOREGROUND, TEMP_TEXT_BACKGROUND, TEMP_TEXT_COLUMN,
+                                      temp.firstLine - 1 + i, temp.duration);
     }
     return no_reply();
 }

@@ -15,16 +15,17 @@
 #include "FixedTexts.h"
 #include "Handlers.h"
 #include "OverlayColors.h"
+#include "OverlayPayloads.h"
 #include "RS232Message.h"
 
 #include <QVariantList>
 
 namespace {
-// A position list element as one byte; an element the list lacks (the
-// overlay did not answer) reads as 0.
-char positionByte(const QVariantList& position, int index)
+// A position list element; an element the list lacks (the overlay did not
+// answer) reads as 0.
+int positionValue(const QVariantList& position, int index)
 {
-    return index < position.size() ? char(position.at(index).toInt()) : char(0);
+    return index < position.size() ? position.at(index).toInt() : 0;
 }
 } // namespace
 
@@ -37,13 +38,8 @@ Reply fh_get_unit_state(UnitTextCommands& units, const RS232Message&, UnitTextId
     const QVariantList position = units.bus.waited_list(overlay.get_text_position(handle));
     const bool visible = units.bus.waited(overlay.is_text_visible(handle));
 
-    QByteArray reply;
-    reply.append(char(format & 0xFF));
-    reply.append(char(visible ? 1 : 0));
-    reply.append(positionByte(position, 0));
-    reply.append(positionByte(position, 1));
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_DEBUG, "sending");
-    return reply_with(reply);
+    return reply_with(encodeUnitState({ format, visible, positionValue(position, 0), positionValue(position, 1) }));
 }
 
 Reply fh_set_unit_position(UnitTextCommands& units, const RS232Message& request, UnitTextId unit)
@@ -57,12 +53,12 @@ Reply fh_set_unit_position(UnitTextCommands& units, const RS232Message& request,
 Reply fh_set_device_color(UnitTextCommands& units, const RS232Message& request, NoArgument)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_INFO, "RS232Handler::fh_set_device_color");
-    // Byte 1 the second colour, byte 2 the first, as in the status line.
+    const ColourSetting setting = decodeColourSetting(request.data());
     EOverlayTextColor foreground;
     EOverlayTextColor background;
-    GetColorsFromChar(ColorCodeFromPair(request.data_byte(2), request.data_byte(1)), foreground, background);
+    GetColorsFromChar(setting.colourCode(), foreground, background);
 
-    const int textId = unitTextOfColourIndex(request.data_byte(0));
+    const int textId = unitTextOfColourIndex(setting.target);
     if (textId == 0)
         return no_reply();
     units.overlay.set_text_colors(units.fixedTexts.handle(textId), foreground, background);

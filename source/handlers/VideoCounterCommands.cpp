@@ -9,16 +9,13 @@
 #include "CEventLogger.h"
 #include "CQuorendVideoOverlayInterface.h"
 #include "Handlers.h"
+#include "OverlayPayloads.h"
 #include "RS232Message.h"
 
 namespace {
 const int COUNTER = 1;
 const int LEAD_VALUE = 1;
 const int BUS_VALUES = 5;
-const int LINE_VALUES = 4;
-// What the PC receives for every value when the overlay gives no proper
-// counter: a marker it recognises as "no value".
-const char NO_VALUE = 99;
 } // namespace
 
 Reply fh_cmd_videocounter(VideoCounterCommands& counter, const RS232Message&, VideoCounterAction action)
@@ -46,19 +43,19 @@ Reply fh_get_videocounter(VideoCounterCommands& counter, const RS232Message&, No
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_DEBUG, "RS232Handler::fh_get_videocounter");
     const QVariantList values = counter.bus.waited_list(counter.overlay.get_videocounter());
 
-    QByteArray reply(LINE_VALUES, NO_VALUE);
-    if (values.size() == BUS_VALUES) {
-        for (int i = 0; i < LINE_VALUES; ++i)
-            reply[i] = char(values.at(i + 1).toInt() & 0xFF);
-    }
-    return reply_with(reply);
+    // Anything but a proper counter goes out as the marker the PC reads as
+    // "no value".
+    VideoCounter time = NO_VIDEO_COUNTER;
+    if (values.size() == BUS_VALUES)
+        time = { values.at(1).toInt(), values.at(2).toInt(), values.at(3).toInt(), values.at(4).toInt() };
+    return reply_with(encodeVideoCounter(time));
 }
 
 Reply fh_set_videocounter(VideoCounterCommands& counter, const RS232Message& request, NoArgument)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_DEBUG, "RS232Handler::fh_set_videocounter");
+    const VideoCounter time = decodeVideoCounter(request.data());
     if (counter.bus.may_send())
-        counter.overlay.set_videocounter(LEAD_VALUE, request.data_byte(0), request.data_byte(1), request.data_byte(2),
-                                         request.data_byte(3));
+        counter.overlay.set_videocounter(LEAD_VALUE, time.hours, time.minutes, time.seconds, time.frames);
     return no_reply();
 }
