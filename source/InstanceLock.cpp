@@ -10,7 +10,7 @@
 #include <unistd.h>
 
 namespace {
-bool same_file(int fd, const QByteArray& path)
+bool sameFile(int fd, const QByteArray& path)
 {
     struct stat held {
     };
@@ -47,7 +47,7 @@ InstanceLock::Outcome InstanceLock::take()
         }
         // A holder removes the file before it lets go of the lock; whoever
         // got the lock on the removed file tries again on a new one.
-        if (same_file(fd, m_encodedPath))
+        if (sameFile(fd, m_encodedPath))
             break;
         ::close(fd);
     }

@@ -15,7 +15,7 @@
 
 namespace {
 // write(2), resumed when a signal interrupts it.
-ssize_t write_uninterrupted(int fd, const char* bytes, int size)
+ssize_t writeUninterrupted(int fd, const char* bytes, int size)
 {
     ssize_t result;
     do
@@ -25,7 +25,7 @@ ssize_t write_uninterrupted(int fd, const char* bytes, int size)
 }
 
 // Bytes the tty has received and not yet handed out.
-int waiting_bytes(int fd)
+int waitingBytes(int fd)
 {
     int waiting = 0;
     return ::ioctl(fd, FIONREAD, &waiting) == 0 ? waiting : 0;
@@ -81,7 +81,7 @@ void RS232::receive_rs232_message()
         return;
     }
 
-    m_chunk.resize(qMax(waiting_bytes(m_fd), 1));
+    m_chunk.resize(qMax(waitingBytes(m_fd), 1));
     ssize_t got;
     do
         got = ::read(m_fd, m_chunk.data(), size_t(m_chunk.size()));
@@ -157,7 +157,7 @@ void RS232::on_frame_silence()
 {
     // Bytes already waiting were delayed by a slow handler, not by the PC:
     // they are read first and restart the wait.
-    if (waiting_bytes(m_fd) > 0) {
+    if (waitingBytes(m_fd) > 0) {
         m_frameSilence.start();
         return;
     }
@@ -215,7 +215,7 @@ void RS232::write_to_line(const char* bytes, int size)
         return;
     int written = 0;
     if (m_baPending.isEmpty()) {
-        const ssize_t result = write_uninterrupted(m_fd, bytes, size);
+        const ssize_t result = writeUninterrupted(m_fd, bytes, size);
         if (result < 0 && errno != EAGAIN && errno != EWOULDBLOCK)
             return;
         written = result > 0 ? int(result) : 0;
@@ -235,7 +235,7 @@ void RS232::write_to_line(const char* bytes, int size)
 
 void RS232::on_writable()
 {
-    const ssize_t result = write_uninterrupted(m_fd, m_baPending.constData(), m_baPending.size());
+    const ssize_t result = writeUninterrupted(m_fd, m_baPending.constData(), m_baPending.size());
     if (result > 0)
         m_baPending.remove(0, int(result));
     else if (result < 0 && errno != EAGAIN && errno != EWOULDBLOCK)

@@ -102,9 +102,9 @@ void RS232Handler::init()
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "end RS232Handler::init()");
 }
 
-QString RS232Handler::create_id(int command_id, int group_id)
+QString RS232Handler::create_id(int commandId, int groupId)
 {
-    return QString("0x%1|0x%2").arg(command_id, 0, 16).arg(group_id, 0, 16);
+    return QString("0x%1|0x%2").arg(commandId, 0, 16).arg(groupId, 0, 16);
 }
 
 int RS232Handler::registered_count() const

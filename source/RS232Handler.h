@@ -59,7 +59,7 @@ public:
 
     void init();
     // "0x30|0x1": a command's key in the log.
-    static QString create_id(int command_id, int group_id);
+    static QString create_id(int commandId, int groupId);
     ReplyFrame exec_func(const RS232Message& request);
     // A printable byte that arrived outside a frame: typed at the cursor.
     void add_char_to_line(char byte);

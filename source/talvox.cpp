@@ -46,7 +46,7 @@ const char* const LOCK_DIRECTORY = "/tmp";
 
 // Takes the lock or ends the process with exit code 1; a lock file that is
 // there stays as it was, for it belongs to the instance running.
-void lock_start(InstanceLock& lock)
+void lockStart(InstanceLock& lock)
 {
     switch (lock.take()) {
     case InstanceLock::Outcome::Taken:
@@ -64,7 +64,7 @@ void lock_start(InstanceLock& lock)
 
 // The PC's line, open at 9600 8N1, or the end of the process: exit code 8
 // when the device does not exist, 2 when it cannot be opened as that tty.
-int open_line(const QString& device, InstanceLock& lock)
+int openLine(const QString& device, InstanceLock& lock)
 {
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "start initialize RS232");
     const QString path = SerialTty::devicePath(device);
@@ -120,9 +120,9 @@ int talvox_main(int argc, char** argv)
     CTerminationSignals terminationSignals;
     terminationSignals.install();
     InstanceLock lock(LOCK_DIRECTORY, device);
-    lock_start(lock);
+    lockStart(lock);
 
-    const int fd = open_line(device, lock);
+    const int fd = openLine(device, lock);
 
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "start initialize RS232Handler");
     SystemClock clock;

@@ -23,10 +23,10 @@ inline Reply no_reply()
     return Reply();
 }
 
-inline Reply reply_with(const QByteArray& data, const QString& logged_after = QString(),
+inline Reply reply_with(const QByteArray& data, const QString& loggedAfter = QString(),
                         CEventLogger::ELogLevel level = CEventLogger::LOG_LEVEL_EMERGENCY)
 {
-    return Reply { true, data, logged_after, level };
+    return Reply { true, data, loggedAfter, level };
 }
 
 #endif

@@ -47,9 +47,9 @@ void SystemCommands::readLocaleAgain()
         setTalvoxLocale(locale.value());
 }
 
-void SystemCommands::setTalvoxLocale(const QString& locale_code)
+void SystemCommands::setTalvoxLocale(const QString& localeCode)
 {
-    lineLocale.setLocale(locale_code);
+    lineLocale.setLocale(localeCode);
 }
 
 void SystemCommands::onLocaleChanged(const QString& cLocaleCode)

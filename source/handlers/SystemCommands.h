@@ -24,7 +24,7 @@ public:
     // From a new instance of the system management service: one that does
     // not answer leaves the locale as it was.
     void readLocaleAgain();
-    void setTalvoxLocale(const QString& locale_code);
+    void setTalvoxLocale(const QString& localeCode);
 
     LineLocale& lineLocale;
     SystemClock& clock;
