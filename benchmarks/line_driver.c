@@ -18,6 +18,16 @@
  *                before the first begin)
  *   --timeout S  for any answer (default 10; valgrind needs more)
  *   --kinds LIST comma-separated phases (default probe,meter,status,clear,char,burst)
+ *   --typed-times FILE  the CLOCK_REALTIME second at which each character
+ *                of the line-rate phases was written, one a line
+ *
+ * Line-rate phases (not in the default list), each after a clear screen:
+ * "typed", typed characters as a PC sends a line of text at 9600 baud, one
+ * every 1.04 ms for a second; "mix", the same with a meter query after
+ * every eighth character, its bytes at the same rate; "paced", the mix's
+ * meter queries alone, each byte when it is due in the mix (the line stays
+ * silent where the mix has a character): what the mix costs without its
+ * text. Their line counts the characters; the medians are 0.
  */
 #define _GNU_SOURCE
 #include <errno.h>
@@ -48,7 +58,11 @@ static const struct kind KINDS[] = {
     { "clear", { 0x02, 0x88, 0x00, 0x00, 0x00, 0x03 }, 6, 0 },        /* clear screen: a setting */
 };
 
+/* One second of the line: 960 bytes at 9600 baud. */
+#define LINE_RATE_CHARS 960
+
 static int master = -1, slave = -1, floor_mode = 0, timeout_ms = 10000;
+static FILE* typed_times;
 static pid_t child;
 
 static double now(clockid_t clock)
@@ -168,6 +182,47 @@ static void typed_char(double* ack_us, double* answer_us)
     exchange(&KINDS[0], ack_us, answer_us);
 }
 
+/* n characters at 9600 baud's byte rate (10 bits a byte); with query_every
+ * > 0 a meter query follows every query_every characters. Without typed,
+ * the characters' times pass with nothing sent. Answers are read as they
+ * come; the phase ends with every query answered and a probe. */
+static void line_rate(int n, int query_every, int typed)
+{
+    const struct kind* q = &KINDS[1];
+    const int queries = query_every > 0 ? n / query_every : 0;
+    unsigned char* bytes = malloc((size_t)(n + queries * q->size));
+    int size = 0;
+    for (int i = 0; i < n; ++i) {
+        bytes[size++] = (unsigned char)('a' + i % 26);
+        if (query_every > 0 && (i + 1) % query_every == 0)
+            memcpy(bytes + size, q->frame, (size_t)q->size), size += q->size;
+    }
+    const double byte_s = 10.0 / 9600, start = now(CLOCK_MONOTONIC);
+    const int acks = seen.acks + queries, frames = seen.frames + queries;
+    for (int j = 0; j < size; ++j) {
+        /* Answers are read while the next byte is due. */
+        for (double wait; (wait = start + j * byte_s - now(CLOCK_MONOTONIC)) > 0;) {
+            struct pollfd in = { master, POLLIN, 0 };
+            struct timespec t = { 0, (long)(wait * 1e9) };
+            if (ppoll(&in, 1, &t, NULL) > 0) {
+                unsigned char buffer[4096];
+                const ssize_t r = read(master, buffer, sizeof buffer);
+                if (r > 0)
+                    take(buffer, (int)r, now(CLOCK_MONOTONIC));
+            }
+        }
+        if (!typed && bytes[j] >= 'a')
+            continue;
+        put(bytes + j, 1);
+        if (typed_times && bytes[j] >= 'a')
+            fprintf(typed_times, "%.6f\n", now(CLOCK_REALTIME));
+    }
+    await(acks, frames, timeout_ms);
+    double ack_us, answer_us;
+    exchange(&KINDS[0], &ack_us, &answer_us);
+    free(bytes);
+}
+
 static void burst(int n, double* per_frame_us)
 {
     const struct kind* k = &KINDS[1];
@@ -239,7 +294,11 @@ int main(int argc, char** argv)
             timeout_ms = atoi(value) * 1000, ++first;
         else if (!strcmp(argv[first], "--kinds"))
             kinds = value, ++first;
-        else if (!strcmp(argv[first], "--floor"))
+        else if (!strcmp(argv[first], "--typed-times")) {
+            if (!(typed_times = fopen(value, "w")))
+                die("cannot write the typed times");
+            ++first;
+        } else if (!strcmp(argv[first], "--floor"))
             floor_mode = 1;
         else
             die("unknown option (see the head of line_driver.c)");
@@ -280,12 +339,19 @@ int main(int argc, char** argv)
             if (!strcmp(KINDS[i].name, kind))
                 k = &KINDS[i];
         const int is_burst = !strcmp(kind, "burst"), is_char = !strcmp(kind, "char");
-        if (!k && !is_burst && !is_char)
+        const int is_mix = !strcmp(kind, "mix"), is_paced = !strcmp(kind, "paced");
+        const int is_line_rate = !strcmp(kind, "typed") || is_mix || is_paced;
+        if (!k && !is_burst && !is_char && !is_line_rate)
             die("unknown kind");
-        const int n = is_burst ? burst_frames : frames;
+        const int n = is_burst ? burst_frames : is_line_rate ? LINE_RATE_CHARS : frames;
+        if (is_line_rate)
+            exchange(&KINDS[3], &ack[0], &answer[0]); /* an empty screen */
         mark(mark_command, "begin", kind);
         const double t0 = now(CLOCK_REALTIME);
-        if (is_burst) {
+        if (is_line_rate) {
+            line_rate(n, is_mix || is_paced ? 8 : 0, !is_paced);
+            ack[0] = answer[0] = 0;
+        } else if (is_burst) {
             burst(n, &answer[0]);
             ack[0] = 0;
         } else {
@@ -298,10 +364,12 @@ int main(int argc, char** argv)
         }
         const double t1 = now(CLOCK_REALTIME);
         mark(mark_command, "end", kind);
-        const int counted = is_burst ? 1 : n;
+        const int counted = is_burst || is_line_rate ? 1 : n;
         printf("%s %d %.1f %.1f %.6f %.6f\n", kind, n, median(ack, counted), median(answer, counted), t0, t1);
         fflush(stdout);
     }
+    if (typed_times)
+        fclose(typed_times);
     printf("startup_ms %.1f\nrss_kb %ld\nhwm_kb %ld\n", startup_ms, status_kb("VmRSS:"), status_kb("VmHWM:"));
 
     /* Hanging up ends the service in order; a signal is only the fallback. */

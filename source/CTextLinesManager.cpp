@@ -33,6 +33,10 @@ CTextLinesManager::CTextLinesManager(CQuorendVideoOverlayInterface& overlay, Bus
     , m_ucLineCount(0)
     , m_bGeometryKnown(false)
 {
+    m_typedTextFlush.setSingleShot(true);
+    m_typedTextFlush.setTimerType(Qt::PreciseTimer);
+    m_typedTextFlush.setInterval(TYPED_TEXT_DELAY_MS);
+    QObject::connect(&m_typedTextFlush, &QTimer::timeout, [this] { flushTypedText(); });
     readGeometry();
 }
 
@@ -54,6 +58,10 @@ void CTextLinesManager::ensureGeometry()
 
 void CTextLinesManager::forgetOverlay()
 {
+    // What was not sent yet belonged to texts that went with the old instance.
+    m_unsentTexts.clear();
+    m_coveredTexts.clear();
+    m_typedTextFlush.stop();
     m_lineTexts.clear();
     m_textSpans.clear();
     m_bGeometryKnown = false;
@@ -61,6 +69,7 @@ void CTextLinesManager::forgetOverlay()
 
 CTextLinesManager::~CTextLinesManager()
 {
+    flushTypedText();
     clearScreen();
 }
 
@@ -110,19 +119,33 @@ void CTextLinesManager::setTextLineColor(unsigned char line, EOverlayTextColor f
         m_rOverlay.set_text_colors(int(it.value()), foreground, background);
 }
 
-int CTextLinesManager::obtainAdjacentText(unsigned char column, unsigned char line)
+int CTextLinesManager::keptTextEndingAt(unsigned char column, unsigned char line) const
 {
     for (auto it = m_lineTexts.constFind(line); it != m_lineTexts.constEnd() && it.key() == line; ++it) {
-        const int handle = int(it.value());
+        const auto span = m_textSpans.constFind(it.value());
+        if (span != m_textSpans.constEnd() && span->end() == column)
+            return int(it.value());
+    }
+    return 0;
+}
+
+int CTextLinesManager::obtainAdjacentText(unsigned char column, unsigned char line)
+{
+    const int handle = keptTextEndingAt(column, line);
+    // A sibling left a query unanswered and none has answered since: the
+    // overlay may hang, or be a new instance whose owner change is still on
+    // its way. It must confirm the text before anything is written on it,
+    // and it is asked once it has what was typed so far.
+    if (handle != 0 && m_bus.sibling_silent()) {
+        flushTypedText();
         const QVariantList position = m_bus.waited_list(m_rOverlay.get_text_position(handle));
         // Unknown whether a text ends here: starting one could hide it.
         if (m_bus.timed_out())
             return 0;
-        if (position.size() == POSITION_SIZE && low8(position.at(2)) == column) {
-            if (handle != 0)
-                return handle;
-            break;
-        }
+        if (position.size() == POSITION_SIZE && low8(position.at(2)) == column)
+            return handle;
+    } else if (handle != 0) {
+        return handle;
     }
     return createTextAt(column, line, m_eCursorForeground, m_eCursorBackground);
 }
@@ -137,15 +160,45 @@ int CTextLinesManager::createTextAt(unsigned char column, unsigned char line, in
     m_rOverlay.show_text(handle);
     m_lineTexts.insert(line, quint32(handle));
     if (handle != 0)
-        m_textSpans.insert(quint32(handle), TextSpan { column, 0 });
+        m_textSpans.insert(quint32(handle), TextSpan { column, QString() });
     return handle;
 }
 
-void CTextLinesManager::noteLength(int handle, int length)
+void CTextLinesManager::appendToText(int handle, const QString& addition, bool typed)
 {
     const auto span = m_textSpans.find(quint32(handle));
-    if (span != m_textSpans.end())
-        span->length = length;
+    // Handle 0 (the overlay could not create a text) has no string of its own.
+    if (span == m_textSpans.end()) {
+        m_rOverlay.set_text_string(handle, addition);
+        return;
+    }
+    span->text.append(addition);
+    if (!typed) {
+        m_rOverlay.set_text_string(handle, span->text);
+        return;
+    }
+    if (!m_unsentTexts.contains(quint32(handle)))
+        m_unsentTexts.append(quint32(handle));
+    if (!m_typedTextFlush.isActive())
+        m_typedTextFlush.start();
+}
+
+bool CTextLinesManager::flushTypedText()
+{
+    if (m_unsentTexts.isEmpty() && m_coveredTexts.isEmpty())
+        return false;
+    m_typedTextFlush.stop();
+    for (const quint32 handle : qAsConst(m_unsentTexts)) {
+        // A text covered and destroyed meanwhile is not written first.
+        const auto span = m_textSpans.constFind(handle);
+        if (span != m_textSpans.constEnd())
+            m_rOverlay.set_text_string(int(handle), span->text);
+    }
+    for (const quint32 handle : qAsConst(m_coveredTexts))
+        m_rOverlay.destroy_text(int(handle));
+    m_unsentTexts.clear();
+    m_coveredTexts.clear();
+    return true;
 }
 
 void CTextLinesManager::dropTextsCoveredBy(int handle, unsigned char line)
@@ -158,13 +211,13 @@ void CTextLinesManager::dropTextsCoveredBy(int handle, unsigned char line)
     // the hash's other entries (Qt 6 closes the gap in its open addressing),
     // and the iterator would then read another text's span, or none.
     const int topBegin = found->begin;
-    const int topEnd = topBegin + found->length;
+    const int topEnd = topBegin + found->length();
     // The line's texts come most recent first: those after this one lie below it.
     bool below = false;
     for (auto it = m_lineTexts.find(line); it != m_lineTexts.end() && it.key() == line;) {
         const auto span = m_textSpans.constFind(it.value());
         if (below && span != m_textSpans.constEnd() && span->coveredBy(topBegin, topEnd)) {
-            m_rOverlay.destroy_text(int(it.value()));
+            m_coveredTexts.append(it.value());
             m_textSpans.erase(span);
             it = m_lineTexts.erase(it);
             continue;
@@ -177,14 +230,11 @@ void CTextLinesManager::dropTextsCoveredBy(int handle, unsigned char line)
 void CTextLinesManager::writeChar(const QChar& character)
 {
     const int handle = obtainAdjacentText(m_cursor.column, m_cursor.line);
-    QString text = m_bus.waited(m_rOverlay.get_text_string(handle));
-    // A string not read in time must not be overwritten with this character
-    // alone; the character is lost like any other failed call's, the cursor
-    // still advances as the PC expects.
+    // A text the overlay did not confirm in time is not written on; the
+    // character is lost like any other failed call's, the cursor still
+    // advances as the PC expects.
     if (!m_bus.timed_out()) {
-        text.append(character);
-        m_rOverlay.set_text_string(handle, text);
-        noteLength(handle, text.length());
+        appendToText(handle, QString(character), true);
         dropTextsCoveredBy(handle, m_cursor.line);
     }
     incCursorPos();
@@ -195,12 +245,10 @@ void CTextLinesManager::writeText(const QString& text)
     // The whole text goes into one object, even past the right edge; only
     // the cursor wraps.
     const int handle = obtainAdjacentText(m_cursor.column, m_cursor.line);
-    QString current = m_bus.waited(m_rOverlay.get_text_string(handle));
     if (!m_bus.timed_out()) {
-        current.append(text);
-        m_rOverlay.set_text_string(handle, current);
-        noteLength(handle, current.length());
+        appendToText(handle, text, false);
         dropTextsCoveredBy(handle, m_cursor.line);
+        flushTypedText();
     }
     incCursorPos(text.length());
 }
@@ -248,7 +296,7 @@ void CTextLinesManager::setTextLineStr(unsigned char line, const QString& text)
         if (position.size() == POSITION_SIZE && low8(position.at(0)) == 0) {
             m_rOverlay.set_text_string(handle, text);
             if (handle != 0)
-                m_textSpans.insert(quint32(handle), TextSpan { 0, int(text.length()) });
+                m_textSpans.insert(quint32(handle), TextSpan { 0, text });
             return;
         }
     }
@@ -263,7 +311,7 @@ void CTextLinesManager::setTextLineStr(unsigned char line, const QString& text)
         return;
     m_lineTexts.insert(line, quint32(handle));
     if (handle != 0)
-        m_textSpans.insert(quint32(handle), TextSpan { 0, int(text.length()) });
+        m_textSpans.insert(quint32(handle), TextSpan { 0, text });
     m_rOverlay.set_text_position(handle, 0, line);
     m_rOverlay.set_text_colors(handle, foreground, background);
     m_rOverlay.set_text_string(handle, text);

@@ -9,6 +9,8 @@
 #include <QHash>
 #include <QMultiMap>
 #include <QString>
+#include <QTimer>
+#include <QVector>
 
 class BusCommand;
 class CQuorendVideoOverlayInterface;
@@ -26,6 +28,13 @@ class FixedTexts;
 // A text drawn completely over an older one on the same line hides it for
 // good, so the older one is destroyed: rewriting a field in place keeps one
 // object per field instead of one per write.
+//
+// The texts the manager created are written by nobody else, so their place
+// and string are kept here and not asked of the overlay again. Typed
+// characters arrive one at a time at up to 960 a second; the strings they
+// change go to the overlay together, TYPED_TEXT_DELAY_MS after the first of
+// them at the latest, and before any frame is handled (flushTypedText()), so
+// that the PC's next command finds the overlay as if each had been sent.
 class CTextLinesManager
 {
 public:
@@ -46,6 +55,12 @@ public:
     // The text a character at (column, line) continues, or a new one there.
     int obtainAdjacentText(unsigned char column, unsigned char line);
 
+    // How long a typed character may wait for the ones behind it: a person
+    // sees no lag, and at 9600 baud about ten characters share one call. The
+    // line may have held it back before it was read (RS232::TYPED_GATHER_MS).
+    static constexpr int TYPED_TEXT_DELAY_MS = 10;
+
+    // Typed at the cursor; the overlay gets it with the next flush.
     void writeChar(const QChar& character);
     void writeText(const QString& text);
 
@@ -53,6 +68,9 @@ public:
     void setTextLineStr(unsigned char line, const QString& text);
     void clearTextLine(unsigned char line);
     void clearScreen();
+    // Sends the strings typed characters changed, and destroys the texts
+    // they covered. Cheap when nothing waits; true if anything went out.
+    bool flushTypedText();
 
     // The overlay service stopped or another instance took its name: its text
     // objects are gone. Forgets their handles (a new instance hands the same
@@ -61,18 +79,26 @@ public:
     void forgetOverlay();
 
 private:
-    // Where a text of the manager lies on its line, as written by the manager.
+    // A text of the manager as the manager wrote it.
     struct TextSpan {
         unsigned char begin;
-        int length;
+        QString text;
+        int length() const { return int(text.length()); }
+        // The column after its last character, as the overlay reports it.
+        unsigned char end() const { return static_cast<unsigned char>((begin + length()) & 0xFF); }
         // Whether a text from column `topBegin` to before `topEnd`, drawn
         // above this text, hides every character of it.
         bool coveredBy(int topBegin, int topEnd) const
         {
-            return length > 0 && begin >= topBegin && begin + length <= topEnd;
+            return length() > 0 && begin >= topBegin && begin + length() <= topEnd;
         }
     };
-    void noteLength(int handle, int length);
+    // The kept text of the line that ends at `column`, most recent first; 0 if none.
+    int keptTextEndingAt(unsigned char column, unsigned char line) const;
+    // Appends to a text's string; `typed`: sent with the next flush, else at once.
+    void appendToText(int handle, const QString& addition, bool typed);
+    // Drops the older texts that `handle` now covers; their destroy_text
+    // goes out with the next flush.
     void dropTextsCoveredBy(int handle, unsigned char line);
 
     // The screen size is read at construction and, while unknown (the overlay
@@ -89,6 +115,11 @@ private:
     QMultiMap<unsigned char, quint32> m_lineTexts;
     // Their spans, by handle; handle 0 (a failed creation) has none.
     QHash<quint32, TextSpan> m_textSpans;
+    // Texts whose string changed since the last flush, in the order of
+    // their first change, and texts to destroy then.
+    QVector<quint32> m_unsentTexts;
+    QVector<quint32> m_coveredTexts;
+    QTimer m_typedTextFlush;
     TextCursor m_cursor;
     EOverlayTextColor m_eCursorForeground;
     EOverlayTextColor m_eCursorBackground;

@@ -47,6 +47,10 @@ RS232::RS232(int fd, RS232Handler& registry)
     m_frameSilence.setSingleShot(true);
     m_frameSilence.setInterval(FRAME_SILENCE_MS);
     connect(&m_frameSilence, &QTimer::timeout, this, &RS232::on_frame_silence);
+    m_typedGather.setSingleShot(true);
+    m_typedGather.setTimerType(Qt::PreciseTimer);
+    m_typedGather.setInterval(TYPED_GATHER_MS);
+    connect(&m_typedGather, &QTimer::timeout, this, &RS232::on_typed_gathered);
 }
 
 RS232::~RS232()
@@ -60,6 +64,7 @@ void RS232::close()
     m_pWriteNotifier->setEnabled(false);
     m_baPending.clear();
     m_frameSilence.stop();
+    m_typedGather.stop();
     m_receiver.reset();
     SerialTty::closeLine(m_fd);
     m_fd = -1;
@@ -70,6 +75,9 @@ void RS232::receive_rs232_message()
     const std::unique_lock<QMutex> guard(m_receiveLock, std::try_to_lock);
     if (!guard.owns_lock()) {
         CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "Rubo-mutex");
+        // The line is read once the read under way is done.
+        if (!m_pReadNotifier->isEnabled())
+            m_typedGather.start();
         return;
     }
 
@@ -78,9 +86,12 @@ void RS232::receive_rs232_message()
     do
         got = ::read(m_fd, m_chunk.data(), size_t(m_chunk.size()));
     while (got < 0 && errno == EINTR);
-    // Woken for nothing: the bytes went to an earlier read.
-    if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
+    // Woken for nothing (the bytes went to an earlier read), or no more text
+    // came: the notifier waits for the next byte.
+    if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+        m_pReadNotifier->setEnabled(true);
         return;
+    }
     // End of file, EIO after a hang-up, or the device gone.
     if (got <= 0) {
         CEventLogger::logMessage(CEventLogger::LOG_LEVEL_EMERGENCY, "data or not data - this is the question");
@@ -93,6 +104,7 @@ void RS232::receive_rs232_message()
     }
     m_chunk.resize(int(got));
 
+    m_bRefused = false;
     m_receiver.receive(m_chunk, *this);
     // An open frame must go on arriving; one left half sent must not hold
     // back every frame after it.
@@ -100,10 +112,26 @@ void RS232::receive_rs232_message()
         m_frameSilence.start();
     else
         m_frameSilence.stop();
+    // Outside a frame and not refused, a printable last byte was typed: more
+    // text is likely on its way and is left to gather. While text goes on
+    // coming the notifier stays off: switching it costs the event loop a
+    // wake-up each way.
+    const bool typedLast = !m_receiver.in_frame() && !m_bRefused
+        && static_cast<unsigned char>(m_chunk.back()) >= Protocol::FIRST_PRINTABLE;
+    m_pReadNotifier->setEnabled(!typedLast);
+    if (typedLast)
+        m_typedGather.start();
+}
+
+void RS232::on_typed_gathered()
+{
+    // Whatever came meanwhile, a hang-up included, is read now.
+    receive_rs232_message();
 }
 
 void RS232::refuse(const QByteArray& chunk, int)
 {
+    m_bRefused = true;
     // The log shows the whole read, the refused byte somewhere in it.
     TVX_LOG(CEventLogger::LOG_LEVEL_EMERGENCY,
             "RS232::receive_rs232_message: message invalid: " + QString::fromLatin1(chunk.toHex()));

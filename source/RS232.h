@@ -30,6 +30,12 @@ public:
     // it whole writes are dropped (the line has no flow control). About four
     // seconds of the line at 9600 baud.
     static constexpr int MAX_PENDING_OUTPUT = 4096;
+    // After a read that ended in typed text the line is left unread this
+    // long and what has gathered is read in one go: a PC sends text a line
+    // at a time, one byte every 1.04 ms, and each read costs a pass of the
+    // event loop. A frame's start byte behind text waits at most this long;
+    // one that follows anything else is read at once.
+    static constexpr int TYPED_GATHER_MS = 3;
 
     // Serves the tty `fd` (as SerialTty opens it) and owns it from now on.
     RS232(int fd, RS232Handler& registry);
@@ -46,6 +52,7 @@ private slots:
     void receive_rs232_message();
     void on_writable();
     void on_frame_silence();
+    void on_typed_gathered();
 
 private:
     // What the receiver's rules ask of the line.
@@ -80,6 +87,10 @@ private:
     QSocketNotifier* m_pWriteNotifier;
     // Runs while a frame is open; restarted by every read.
     QTimer m_frameSilence;
+    // Runs while the line is left unread behind typed text.
+    QTimer m_typedGather;
+    // The last read ended in a refusal (its rest was discarded, not typed).
+    bool m_bRefused = false;
 };
 
 #endif

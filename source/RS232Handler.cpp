@@ -119,6 +119,9 @@ int RS232Handler::registered_count() const
 
 RS232Handler::ReplyFrame RS232Handler::exec_func(const RS232Message& request)
 {
+    // Characters typed before this frame reach the overlay before it is
+    // handled, as if each had been sent on its own.
+    m_textScreen->lines.flushTypedText();
     const unsigned char group = request.get_group_id();
     const Handler handler = group < Protocol::GROUP_COUNT ? m_aHandlers[group][request.get_command_id()] : nullptr;
     if (!handler)
@@ -146,6 +149,12 @@ RS232Handler::ReplyFrame RS232Handler::exec_func(const RS232Message& request)
 void RS232Handler::add_char_to_line(char byte)
 {
     m_textScreen->add_char_to_line(byte);
+}
+
+void RS232Handler::flush_before_exit()
+{
+    if (m_textScreen->lines.flushTypedText())
+        wait_until_sent(m_pVideoOverlay->connection());
 }
 
 void RS232Handler::onBusDisconnected()

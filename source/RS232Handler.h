@@ -63,6 +63,9 @@ public:
     ReplyFrame exec_func(const RS232Message& request);
     // A printable byte that arrived outside a frame: typed at the cursor.
     void add_char_to_line(char byte);
+    // The process ends: typed characters still held back go to the overlay
+    // and have left the process before it is gone.
+    void flush_before_exit();
     // The (command id, group id) pairs that have a handler.
     int registered_count() const;
 

@@ -35,6 +35,15 @@ const char* const LOCK_DIRECTORY = "/tmp";
     std::exit(status);
 }
 
+// Every end once the registry is built: the line gone, the bus gone, a
+// termination signal. What the PC typed last is still on its way to the
+// overlay and goes first.
+[[noreturn]] void endServing(RS232Handler& registry, InstanceLock& lock, int status)
+{
+    registry.flush_before_exit();
+    app_exit(lock, status);
+}
+
 // Takes the lock or ends the process with exit code 1; a lock file that is
 // there stays as it was, for it belongs to the instance running.
 void lockStart(InstanceLock& lock)
@@ -118,10 +127,10 @@ int talvox_main(int argc, char** argv)
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "start initialize RS232Handler");
     SystemClock clock;
     RS232Handler registry(QDBusConnection::systemBus(), clock);
-    QObject::connect(&registry, &RS232Handler::bus_lost, [&lock] { app_exit(lock, 9); });
+    QObject::connect(&registry, &RS232Handler::bus_lost, [&] { endServing(registry, lock, 9); });
     registry.init();
     RS232 link(fd, registry);
-    QObject::connect(&link, &RS232::line_lost, [&lock] { app_exit(lock, 7); });
+    QObject::connect(&link, &RS232::line_lost, [&] { endServing(registry, lock, 7); });
     CEventLogger::logMessage(CEventLogger::LOG_LEVEL_NOTICE, "end initialize RS232Handler, result: OK");
     ServiceManager::notifyReady();
 
@@ -132,5 +141,5 @@ int talvox_main(int argc, char** argv)
     QCoreApplication::exec();
     // The line before the lock: whoever takes the lock next finds the tty free.
     link.close();
-    app_exit(lock, 0);
+    endServing(registry, lock, 0);
 }

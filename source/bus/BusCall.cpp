@@ -13,8 +13,17 @@ void limit_call_time(QDBusAbstractInterface& proxy)
 void BusCommand::note_error(const QDBusError& error)
 {
     // A sibling that hangs gives NoReply when the call's time-out passes.
-    if (error.type() == QDBusError::NoReply || error.type() == QDBusError::Timeout)
+    m_bSiblingSilent = error.type() == QDBusError::NoReply || error.type() == QDBusError::Timeout;
+    if (m_bSiblingSilent)
         m_bTimedOut = true;
+}
+
+void wait_until_sent(const QDBusConnection& bus)
+{
+    const QDBusMessage ping = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+        QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping"));
+    bus.call(ping, QDBus::Block, BUS_CALL_TIMEOUT_MS);
 }
 
 QVariantList to_variant_list(const QVariant& value)

@@ -12,6 +12,7 @@
 // line at most one time-out per command.
 
 #include <QDBusAbstractInterface>
+#include <QDBusConnection>
 #include <QDBusError>
 #include <QDBusPendingReply>
 #include <QVariant>
@@ -40,6 +41,11 @@ public:
     bool may_send() const { return !m_bTimedOut; }
     // Notes the outcome of a finished query (a time-out stops the command).
     void note_error(const QDBusError& error);
+    // Whether the latest query that went out timed out, in this command or
+    // an earlier one: from then on until a sibling answers again, what the
+    // overlay shows may differ from what was sent to it (it hangs, or was
+    // replaced), and what the service keeps of it is checked.
+    bool sibling_silent() const { return m_bSiblingSilent; }
 
     // Waits for a typed query; a failed or mistyped reply gives T().
     template <typename T> T waited(QDBusPendingReply<T> reply)
@@ -58,8 +64,15 @@ public:
 
 private:
     bool m_bTimedOut = false;
+    bool m_bSiblingSilent = false;
 };
 
 QVariantList to_variant_list(const QVariant& value);
+
+// Returns once everything sent on the connection so far has left the
+// process (settings are handed to the bus library's thread and would be
+// lost if the process ended first): the bus daemon answers a ping only
+// after it has read what came before. At most BUS_CALL_TIMEOUT_MS.
+void wait_until_sent(const QDBusConnection& bus);
 
 #endif

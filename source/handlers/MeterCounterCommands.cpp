@@ -28,7 +28,7 @@ struct CounterNames {
     const char* query;
     const char* query_done;
     const char* setting;
-    QDBusPendingReply<> (CHolvardMeterCounterInterface::*set)(double value);
+    void (CHolvardMeterCounterInterface::*set)(double value);
 };
 
 const CounterNames& names(MeterCounter counter)

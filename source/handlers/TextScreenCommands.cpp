@@ -109,9 +109,9 @@ void TextScreenCommands::add_char_to_line(char byte)
     // Typed characters are written only while the locale codec is selected.
     if (lineLocale.charset().selected() != TextCharset::Locale)
         return;
-    const QString text = lineLocale.charset().decode(QByteArray::fromRawData(&byte, 1));
+    const QChar character = lineLocale.charset().typedChar(static_cast<unsigned char>(byte));
     bus.begin();
-    lines.writeChar(text.isEmpty() ? QChar() : text.at(0));
+    lines.writeChar(character);
 }
 
 Reply fh_start_temp_text(TextScreenCommands& screen, const RS232Message& request, NoArgument)

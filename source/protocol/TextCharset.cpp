@@ -25,12 +25,14 @@ bool TextCharset::selectByte(unsigned char selector)
 bool TextCharset::setLocaleCodec(const QString& name)
 {
     m_localeCodec = QTextCodec::codecForName(name.toLatin1());
+    m_typedCharsKnown.reset();
     return m_localeCodec != nullptr;
 }
 
 void TextCharset::setLocaleCountry(QLocale::Country country)
 {
     m_localeCodec = QTextCodec::codecForName(locale_codec_name(country));
+    m_typedCharsKnown.reset();
 }
 
 QByteArray TextCharset::encode(const QString& text) const
@@ -57,4 +59,16 @@ QString TextCharset::decode(const QByteArray& bytes) const
         break;
     }
     return m_localeCodec ? m_localeCodec->toUnicode(bytes) : QString::fromLatin1(bytes);
+}
+
+QChar TextCharset::typedChar(unsigned char byte) const
+{
+    if (!m_typedCharsKnown.test(byte)) {
+        const char raw = char(byte);
+        const QByteArray bytes = QByteArray::fromRawData(&raw, 1);
+        const QString text = m_localeCodec ? m_localeCodec->toUnicode(bytes) : QString::fromLatin1(bytes);
+        m_typedChars[byte] = text.isEmpty() ? QChar() : text.at(0);
+        m_typedCharsKnown.set(byte);
+    }
+    return m_typedChars[byte];
 }

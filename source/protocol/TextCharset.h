@@ -3,8 +3,12 @@
 #define TEXTCHARSET_H
 
 #include <QByteArray>
+#include <QChar>
 #include <QLocale>
 #include <QString>
+
+#include <array>
+#include <bitset>
 
 class QTextCodec;
 
@@ -37,6 +41,11 @@ public:
 
     QByteArray encode(const QString& text) const;
     QString decode(const QByteArray& bytes) const;
+    // A byte typed outside a frame as the locale codec reads it on its own
+    // (null if it reads as nothing). Each byte is decoded once per locale
+    // codec: a decode opens the codec's converter, which costs more than
+    // the rest of a typed character on the controller.
+    QChar typedChar(unsigned char byte) const;
 
 private:
     Selector m_selector = Locale;
@@ -44,6 +53,9 @@ private:
     // Looked up once: a lookup by name takes a lock and walks every codec.
     QTextCodec* m_utf8;
     QTextCodec* m_utf16;
+    // The typed bytes decoded so far with the current locale codec.
+    mutable std::array<QChar, 256> m_typedChars;
+    mutable std::bitset<256> m_typedCharsKnown;
 };
 
 #endif

@@ -54,7 +54,7 @@ public:
     bool send(quint8 command, quint8 group, const QByteArray& data = {});
     // exec(), then the data of the reply frame; empty (lastError() tells why) without one.
     QByteArray query(quint8 command, quint8 group, const QByteArray& data = {});
-    // Printable bytes outside a frame, typed at the cursor.
+    // Printable bytes outside a frame, typed at the cursor; as from the line, they may wait for the next frame.
     void type(const QByteArray& bytes);
 
     // The simulator's control interface, asked on the registry's own connection: the bus keeps one

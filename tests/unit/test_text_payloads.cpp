@@ -88,6 +88,18 @@ private slots:
         QCOMPARE(utf16.decode(hex("fffe47007200")), QStringLiteral("Gr"));
     }
 
+    // A typed byte reads as the locale codec reads it alone, and as the new codec once the locale changes.
+    void typedBytesFollowTheLocale()
+    {
+        TextCharset charset = charsetNamed("Germany");
+        QCOMPARE(charset.typedChar(0xa4), QChar(0x20ac)); // ISO-8859-15: the euro sign
+        QCOMPARE(charset.typedChar(0x41), QChar('A'));
+        charset.setLocaleCountry(QLocale::RussianFederation);
+        QCOMPARE(charset.typedChar(0xa4), QChar(0x0404)); // ISO-8859-5: Ukrainian Ye
+        QVERIFY(charset.setLocaleCodec("ISO-8859-15"));
+        QCOMPARE(charset.typedChar(0xa4), QChar(0x20ac));
+    }
+
     // The codec setting selects with 0 to 2 only; any other byte leaves the selection as it was.
     void selectorBytes()
     {
