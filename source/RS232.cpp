@@ -253,7 +253,7 @@ void RS232::handle_frame(RS232Message& message)
     RS232Handler::ReplyFrame reply = m_registry.exec_func(message);
     if (!reply.exists)
         return;
-    send_message(reply.frame);
+    send_message(*reply.frame);
     if (!reply.logged_after.isEmpty())
         TVX_LOG(reply.logged_after_level, reply.logged_after);
 }

@@ -138,9 +138,10 @@ RS232Handler::ReplyFrame RS232Handler::exec_func(const RS232Message& request)
     if (!answer.exists)
         return reply;
     reply.exists = true;
-    reply.frame.set_command_id(request.get_command_id());
-    reply.frame.set_group_id(group);
-    reply.frame.set_data(answer.data);
+    reply.frame.emplace();
+    reply.frame->set_command_id(request.get_command_id());
+    reply.frame->set_group_id(group);
+    reply.frame->set_data(answer.data);
     reply.logged_after = answer.logged_after;
     reply.logged_after_level = answer.logged_after_level;
     return reply;

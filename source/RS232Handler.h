@@ -12,6 +12,7 @@
 #include <QObject>
 #include <QString>
 #include <memory>
+#include <optional>
 
 class CHolvardMeterCounterInterface;
 class CHolvardSysLocaleInterface;
@@ -45,9 +46,11 @@ class RS232Handler : public QObject
 public:
     // What the link sends for a frame: the reply frame, if any, and the line
     // logged once it is sent (the "... done." lines).
+    // The frame is made only for a reply: a message is a QObject, and most
+    // frames (actions, settings) have none.
     struct ReplyFrame {
         bool exists = false;
-        RS232Message frame;
+        std::optional<RS232Message> frame;
         QString logged_after;
         CEventLogger::ELogLevel logged_after_level = CEventLogger::LOG_LEVEL_EMERGENCY;
     };

@@ -163,7 +163,7 @@ RS232Handler::ReplyFrame HandlerFixture::exec(quint8 command, quint8 group, cons
 bool HandlerFixture::send(quint8 command, quint8 group, const QByteArray& data)
 {
     const RS232Handler::ReplyFrame reply = exec(command, group, data);
-    return !reply.exists || fail("unexpected reply frame " + reply.frame.to_frame().toHex());
+    return !reply.exists || fail("unexpected reply frame " + reply.frame->to_frame().toHex());
 }
 
 QByteArray HandlerFixture::query(quint8 command, quint8 group, const QByteArray& data)
@@ -171,10 +171,10 @@ QByteArray HandlerFixture::query(quint8 command, quint8 group, const QByteArray&
     const RS232Handler::ReplyFrame reply = exec(command, group, data);
     if (!reply.exists)
         fail("no reply frame");
-    else if (reply.frame.get_command_id() != command || reply.frame.get_group_id() != group)
-        fail("a reply frame with other ids: " + reply.frame.to_frame().toHex());
+    else if (reply.frame->get_command_id() != command || reply.frame->get_group_id() != group)
+        fail("a reply frame with other ids: " + reply.frame->to_frame().toHex());
     else
-        return reply.frame.get_data();
+        return reply.frame->get_data();
     return {};
 }
 

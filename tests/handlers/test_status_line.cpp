@@ -49,7 +49,7 @@ private slots:
     {
         for (const QByteArray& item : { QByteArray(), hex("05") }) {
             const RS232Handler::ReplyFrame reply = fixture.exec(0x90, QUERY, item);
-            QVERIFY(reply.exists && reply.frame.get_data().isEmpty());
+            QVERIFY(reply.exists && reply.frame->get_data().isEmpty());
         }
         QVERIFY(fixture.send(0x90, SETTING) && fixture.send(0x90, SETTING, hex("05") + "ab"));
         QCOMPARE(fixture.calls(),
