@@ -59,9 +59,10 @@ RS232Handler::RS232Handler(const QDBusConnection& connection, SystemClock& clock
         bus, HOLVARD, "/metercounter", this, "Could not create dbus interface 'local.vemo.holvard/metercounter'!");
     m_meterCounters = std::make_unique<MeterCounterCommands>(*m_pMeterCounter, m_lineLocale, m_bus);
 
-    // There is no slot of this name, so this connection is refused: the video
-    // counter is always asked for on demand, never taken from a signal that
-    // may lag behind the picture. (By name, as only a name can miss.)
+    // There is no slot of this name, so this connection is refused and the
+    // video counter is always asked for on demand, as the PC has always got
+    // it: a pushed value must not start answering in its place. (By name, as
+    // only a name can miss.)
     bus.connect(QUOREND, "/videooverlay", CQuorendVideoOverlayInterface::staticInterfaceName(), "videocounter_changed",
                 this, SLOT(onVideoCounterChanged(int, int, int, int)));
 
